@@ -1,0 +1,1 @@
+/* A translation unit for targets whose code comes entirely from static archives. */
