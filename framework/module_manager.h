@@ -29,6 +29,8 @@ public:
     void PrintUsage(int fd) const;
 
     const std::vector<std::reference_wrapper<Module>>& GetModules() const { return modules_; }
+    // Forgets every module (tests start from an empty registry).
+    void Reset() { modules_.clear(); }
 
 private:
     ModuleManager() = default;
