@@ -68,10 +68,12 @@ private:
 
 // True for the classes derived from some EnumObject.
 template <typename T, typename = void>
-struct IsEnumObject : std::false_type {};
+struct IsEnumObject : std::false_type {
+};
 template <typename T>
 struct IsEnumObject<T, std::void_t<typename T::OrdinalType, typename T::EnumObjectHashFunc>>
-    : std::is_base_of<EnumObject<typename T::OrdinalType, T, true, true>, T> {};
+    : std::is_base_of<EnumObject<typename T::OrdinalType, T, true, true>, T> {
+};
 template <typename T>
 constexpr bool IS_ENUM_OBJECT_V = IsEnumObject<T>::value;
 

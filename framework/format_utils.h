@@ -38,9 +38,11 @@ namespace OHOS::AppSecurityPrivacy::SecurityPrivacyServer::Util {
 namespace FormatDetail {
 
 template <typename T, typename = void>
-struct HasToString : std::false_type {};
+struct HasToString : std::false_type {
+};
 template <typename T>
-struct HasToString<T, std::void_t<decltype(std::declval<const T&>().ToString())>> : std::true_type {};
+struct HasToString<T, std::void_t<decltype(std::declval<const T&>().ToString())>> : std::true_type {
+};
 
 template <typename T, typename = void>
 struct Formatter {
@@ -108,11 +110,17 @@ struct Formatter<std::shared_ptr<X>> {
 };
 template <typename X>
 struct Formatter<std::reference_wrapper<X>> {
-    static std::string Format(const std::reference_wrapper<X>& value) { return "ref->(" + value.get().ToString() + ")"; }
+    static std::string Format(const std::reference_wrapper<X>& value)
+    {
+        return "ref->(" + value.get().ToString() + ")";
+    }
 };
 template <typename A, typename B>
 struct Formatter<std::pair<A, B>> {
-    static std::string Format(const std::pair<A, B>& value) { return FormatValue(value.first) + "=" + FormatValue(value.second); }
+    static std::string Format(const std::pair<A, B>& value)
+    {
+        return FormatValue(value.first) + "=" + FormatValue(value.second);
+    }
 };
 template <typename X, typename Alloc>
 struct Formatter<std::vector<X, Alloc>> {

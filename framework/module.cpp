@@ -2,7 +2,9 @@
 
 namespace OHOS::AppSecurityPrivacy::SecurityPrivacyServer::Module {
 
-void Module::Dump(int /*fd*/, const std::vector<std::string>& /*args*/) {}
+void Module::Dump(int /*fd*/, const std::vector<std::string>& /*args*/)
+{
+}
 
 void Module::PrintUsage(int fd) const
 {

@@ -26,7 +26,7 @@ public:
     virtual void InitializeNecessaries() = 0;
     virtual void UnInitialize() = 0;
     virtual ModuleType GetModuleType() const;  // BUSINESS
-    virtual int GetModuleOrder() const;         // 0
+    virtual int GetModuleOrder() const;        // 0
     virtual std::string GetModuleName() const = 0;
     // "(name, TYPE, order)", for example "(message, PLATFORM, 0)".
     virtual std::string ToString() const;

@@ -2,7 +2,9 @@
 
 namespace OHOS::AppSecurityPrivacy::SecurityPrivacyServer::Util {
 
-DelayTaskRunner::DelayTaskRunner() : state_(std::make_shared<State>()) {}
+DelayTaskRunner::DelayTaskRunner() : state_(std::make_shared<State>())
+{
+}
 
 DelayTaskRunner::~DelayTaskRunner()
 {

@@ -8,7 +8,10 @@ Tag Tag::Create(const std::string& moduleTag, const std::string& componentTag, c
 }
 
 Tag::Tag(LogType type, unsigned int domain, std::string subSystemTag, std::string componentTag, std::string moduleTag)
-    : type_(type), domain_(domain), subSystemTag_(std::move(subSystemTag)), componentTag_(std::move(componentTag)),
+    : type_(type),
+      domain_(domain),
+      subSystemTag_(std::move(subSystemTag)),
+      componentTag_(std::move(componentTag)),
       moduleTag_(std::move(moduleTag))
 {
 }

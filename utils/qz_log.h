@@ -49,8 +49,7 @@ private:
 
 template <typename T>
 constexpr bool IS_LOGGABLE_ARGUMENT_V = std::is_arithmetic_v<std::decay_t<T>> || std::is_enum_v<std::decay_t<T>> ||
-                                        std::is_pointer_v<std::decay_t<T>> ||
-                                        std::is_null_pointer_v<std::decay_t<T>>;
+                                        std::is_pointer_v<std::decay_t<T>> || std::is_null_pointer_v<std::decay_t<T>>;
 
 // Checks the argument types, then hands the line to the platform log.
 template <typename... Args>
@@ -63,13 +62,13 @@ inline void Print(const Tag& tag, LogLevel level, const char* fmt, Args... args)
 
 }  // namespace OHOS::AppSecurityPrivacy::SecurityPrivacyServer::Util::QzLog
 
-#define QZ_LOG_PRINT(level, fmt, ...)                                                                           \
-    do {                                                                                                        \
+#define QZ_LOG_PRINT(level, fmt, ...)                                                                          \
+    do {                                                                                                       \
         if (HiLogIsLoggable(LOG_TAG.GetDomain(), LOG_TAG.GetSubSystemTag(), (level))) {                        \
-            ::OHOS::AppSecurityPrivacy::SecurityPrivacyServer::Util::QzLog::Print(LOG_TAG, (level),             \
-                "[%{public}s][%{public}s][%{public}s:%{public}d] %{public}s: " fmt, LOG_TAG.GetComponentTag(),  \
-                LOG_TAG.GetModuleTag(), __FILE_NAME__, __LINE__, __FUNCTION__, ##__VA_ARGS__);                  \
-        }                                                                                                       \
+            ::OHOS::AppSecurityPrivacy::SecurityPrivacyServer::Util::QzLog::Print(LOG_TAG, (level),            \
+                "[%{public}s][%{public}s][%{public}s:%{public}d] %{public}s: " fmt, LOG_TAG.GetComponentTag(), \
+                LOG_TAG.GetModuleTag(), __FILE_NAME__, __LINE__, __FUNCTION__, ##__VA_ARGS__);                 \
+        }                                                                                                      \
     } while (0)
 
 #define QZ_LOGD(fmt, ...) QZ_LOG_PRINT(LOG_DEBUG, fmt, ##__VA_ARGS__)

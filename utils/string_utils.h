@@ -11,8 +11,8 @@ public:
     // The pieces of `text` between occurrences of `delimiter`, in order. Empty pieces are kept
     // ("a,,b" gives "a", "", "b") unless `skipEmpty` is set. An empty text gives no pieces; an
     // empty delimiter gives the whole text as its one piece.
-    static std::vector<std::string> Split(const std::string& text, const std::string& delimiter,
-        bool skipEmpty = false);
+    static std::vector<std::string> Split(
+        const std::string& text, const std::string& delimiter, bool skipEmpty = false);
 };
 
 }  // namespace OHOS::AppSecurityPrivacy::SecurityPrivacyServer::Util

@@ -66,7 +66,8 @@ bool Want::GetBoolParam(const std::string& key, bool defaultValue) const
 
 std::string Want::ToString() const
 {
-    std::string text = "Want{action=" + action_ + ", bundle=" + bundleName_ + ", ability=" + abilityName_ + ", params={";
+    std::string text =
+        "Want{action=" + action_ + ", bundle=" + bundleName_ + ", ability=" + abilityName_ + ", params={";
     bool first = true;
     for (const auto& [key, value] : params_) {
         text += (first ? "" : ", ") + key + "=" + value;

@@ -51,11 +51,17 @@ std::u16string Str8ToStr16(const std::string& str)
         if (lead < 0x80) {
             cp = lead;
         } else if ((lead & 0xE0) == 0xC0) {
-            cp = lead & 0x1F; extra = 1; min = 0x80;
+            cp = lead & 0x1F;
+            extra = 1;
+            min = 0x80;
         } else if ((lead & 0xF0) == 0xE0) {
-            cp = lead & 0x0F; extra = 2; min = 0x800;
+            cp = lead & 0x0F;
+            extra = 2;
+            min = 0x800;
         } else if ((lead & 0xF8) == 0xF0) {
-            cp = lead & 0x07; extra = 3; min = 0x10000;
+            cp = lead & 0x07;
+            extra = 3;
+            min = 0x10000;
         } else {
             return {};
         }

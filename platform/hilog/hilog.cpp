@@ -25,11 +25,16 @@ int InitialLevel()
         return LOG_INFO;
     }
     switch (env[0]) {
-        case 'D': case 'd': return LOG_DEBUG;
-        case 'I': case 'i': return LOG_INFO;
-        case 'W': case 'w': return LOG_WARN;
-        case 'E': case 'e': return LOG_ERROR;
-        case 'F': case 'f': return LOG_FATAL;
+        case 'D':
+        case 'd': return LOG_DEBUG;
+        case 'I':
+        case 'i': return LOG_INFO;
+        case 'W':
+        case 'w': return LOG_WARN;
+        case 'E':
+        case 'e': return LOG_ERROR;
+        case 'F':
+        case 'f': return LOG_FATAL;
         default: return LOG_INFO;
     }
 }
@@ -85,7 +90,10 @@ struct VaArgs {
     va_list list;
 };
 
-bool IsFlag(char c) { return c == '-' || c == '+' || c == ' ' || c == '#' || c == '0' || c == '\''; }
+bool IsFlag(char c)
+{
+    return c == '-' || c == '+' || c == ' ' || c == '#' || c == '0' || c == '\'';
+}
 
 // Appends the text of one argument, fetched from `args` by the conversion's type. Returns false
 // for a conversion it does not know, whose argument type (and so every later one) is unknown.
@@ -96,40 +104,78 @@ bool AppendArgument(std::string& out, const Conversion& conv, VaArgs& args, bool
     const std::string& len = conv.length;
     int n = 0;
     switch (conv.conversion) {
-        case 'd': case 'i': {
-            if (len == "l") { long v = va_arg(args.list, long); n = std::snprintf(buffer, sizeof(buffer), spec, v); }
-            else if (len == "ll" || len == "q" || len == "j") {
-                long long v = va_arg(args.list, long long); n = std::snprintf(buffer, sizeof(buffer), spec, v);
+        case 'd':
+        case 'i': {
+            if (len == "l") {
+                long v = va_arg(args.list, long);
+                n = std::snprintf(buffer, sizeof(buffer), spec, v);
+            } else if (len == "ll" || len == "q" || len == "j") {
+                long long v = va_arg(args.list, long long);
+                n = std::snprintf(buffer, sizeof(buffer), spec, v);
             } else if (len == "z" || len == "t") {
-                ptrdiff_t v = va_arg(args.list, ptrdiff_t); n = std::snprintf(buffer, sizeof(buffer), spec, v);
-            } else { int v = va_arg(args.list, int); n = std::snprintf(buffer, sizeof(buffer), spec, v); }
+                ptrdiff_t v = va_arg(args.list, ptrdiff_t);
+                n = std::snprintf(buffer, sizeof(buffer), spec, v);
+            } else {
+                int v = va_arg(args.list, int);
+                n = std::snprintf(buffer, sizeof(buffer), spec, v);
+            }
             break;
         }
-        case 'u': case 'o': case 'x': case 'X': {
+        case 'u':
+        case 'o':
+        case 'x':
+        case 'X': {
             if (len == "l") {
-                unsigned long v = va_arg(args.list, unsigned long); n = std::snprintf(buffer, sizeof(buffer), spec, v);
+                unsigned long v = va_arg(args.list, unsigned long);
+                n = std::snprintf(buffer, sizeof(buffer), spec, v);
             } else if (len == "ll" || len == "q" || len == "j") {
                 unsigned long long v = va_arg(args.list, unsigned long long);
                 n = std::snprintf(buffer, sizeof(buffer), spec, v);
             } else if (len == "z" || len == "t") {
-                size_t v = va_arg(args.list, size_t); n = std::snprintf(buffer, sizeof(buffer), spec, v);
+                size_t v = va_arg(args.list, size_t);
+                n = std::snprintf(buffer, sizeof(buffer), spec, v);
             } else {
-                unsigned v = va_arg(args.list, unsigned); n = std::snprintf(buffer, sizeof(buffer), spec, v);
+                unsigned v = va_arg(args.list, unsigned);
+                n = std::snprintf(buffer, sizeof(buffer), spec, v);
             }
             break;
         }
-        case 'c': { int v = va_arg(args.list, int); n = std::snprintf(buffer, sizeof(buffer), spec, v); break; }
-        case 'p': { void* v = va_arg(args.list, void*); n = std::snprintf(buffer, sizeof(buffer), spec, v); break; }
-        case 'f': case 'F': case 'e': case 'E': case 'g': case 'G': case 'a': case 'A': {
+        case 'c': {
+            int v = va_arg(args.list, int);
+            n = std::snprintf(buffer, sizeof(buffer), spec, v);
+            break;
+        }
+        case 'p': {
+            void* v = va_arg(args.list, void*);
+            n = std::snprintf(buffer, sizeof(buffer), spec, v);
+            break;
+        }
+        case 'f':
+        case 'F':
+        case 'e':
+        case 'E':
+        case 'g':
+        case 'G':
+        case 'a':
+        case 'A': {
             if (len == "L") {
-                long double v = va_arg(args.list, long double); n = std::snprintf(buffer, sizeof(buffer), spec, v);
-            } else { double v = va_arg(args.list, double); n = std::snprintf(buffer, sizeof(buffer), spec, v); }
+                long double v = va_arg(args.list, long double);
+                n = std::snprintf(buffer, sizeof(buffer), spec, v);
+            } else {
+                double v = va_arg(args.list, double);
+                n = std::snprintf(buffer, sizeof(buffer), spec, v);
+            }
             break;
         }
         case 's': {
             const char* v = va_arg(args.list, const char*);
-            if (v == nullptr) { v = "(null)"; }
-            if (hide) { out += "<private>"; return true; }
+            if (v == nullptr) {
+                v = "(null)";
+            }
+            if (hide) {
+                out += "<private>";
+                return true;
+            }
             // Strings may be longer than the buffer: ask for the size first.
             int need = std::snprintf(nullptr, 0, spec, v);
             if (need > 0) {
@@ -140,7 +186,10 @@ bool AppendArgument(std::string& out, const Conversion& conv, VaArgs& args, bool
             }
             return true;
         }
-        case 'n': { (void)va_arg(args.list, void*); return true; }  // never writes through a caller's pointer
+        case 'n': {
+            (void)va_arg(args.list, void*);
+            return true;
+        }  // never writes through a caller's pointer
         default: return false;
     }
     if (hide) {
@@ -179,13 +228,25 @@ std::string FormatMessage(const char* fmt, va_list list, bool hidePrivate)
             p += 9;
         }
         conv.spec = "%";
-        while (IsFlag(*p)) { conv.spec += *p++; }
-        if (*p == '*') { conv.spec += std::to_string(va_arg(args.list, int)); ++p; }
-        while (*p >= '0' && *p <= '9') { conv.spec += *p++; }
+        while (IsFlag(*p)) {
+            conv.spec += *p++;
+        }
+        if (*p == '*') {
+            conv.spec += std::to_string(va_arg(args.list, int));
+            ++p;
+        }
+        while (*p >= '0' && *p <= '9') {
+            conv.spec += *p++;
+        }
         if (*p == '.') {
             conv.spec += *p++;
-            if (*p == '*') { conv.spec += std::to_string(va_arg(args.list, int)); ++p; }
-            while (*p >= '0' && *p <= '9') { conv.spec += *p++; }
+            if (*p == '*') {
+                conv.spec += std::to_string(va_arg(args.list, int));
+                ++p;
+            }
+            while (*p >= '0' && *p <= '9') {
+                conv.spec += *p++;
+            }
         }
         while (*p == 'h' || *p == 'l' || *p == 'j' || *p == 'z' || *p == 't' || *p == 'L' || *p == 'q') {
             conv.length += *p++;
@@ -214,17 +275,29 @@ std::string TimeStamp()
     struct tm tmv {};
     localtime_r(&ts.tv_sec, &tmv);
     char buffer[64];
-    std::snprintf(buffer, sizeof(buffer), "%02d-%02d %02d:%02d:%02d.%03ld", tmv.tm_mon + 1, tmv.tm_mday,
-        tmv.tm_hour, tmv.tm_min, tmv.tm_sec, (ts.tv_nsec / 1000000) % 1000);
+    std::snprintf(buffer, sizeof(buffer), "%02d-%02d %02d:%02d:%02d.%03ld", tmv.tm_mon + 1, tmv.tm_mday, tmv.tm_hour,
+        tmv.tm_min, tmv.tm_sec, (ts.tv_nsec / 1000000) % 1000);
     return buffer;
 }
 
 }  // namespace
 
-void HiLogHost::SetLevel(LogLevel level) { State().level.store(level); }
-LogLevel HiLogHost::GetLevel() { return static_cast<LogLevel>(State().level.load()); }
-void HiLogHost::SetPrivateSwitch(bool on) { State().privateSwitch.store(on); }
-void HiLogHost::SetStderrEnabled(bool on) { State().toStderr.store(on); }
+void HiLogHost::SetLevel(LogLevel level)
+{
+    State().level.store(level);
+}
+LogLevel HiLogHost::GetLevel()
+{
+    return static_cast<LogLevel>(State().level.load());
+}
+void HiLogHost::SetPrivateSwitch(bool on)
+{
+    State().privateSwitch.store(on);
+}
+void HiLogHost::SetStderrEnabled(bool on)
+{
+    State().toStderr.store(on);
+}
 
 bool HiLogHost::SetOutputFile(const std::string& path)
 {
@@ -241,8 +314,8 @@ bool HiLogHost::SetOutputFile(const std::string& path)
     return state.file != nullptr;
 }
 
-std::string HiLogHost::FormatLine(LogType type, LogLevel level, unsigned int domain, const std::string& tag,
-    const std::string& message)
+std::string HiLogHost::FormatLine(
+    LogType type, LogLevel level, unsigned int domain, const std::string& tag, const std::string& message)
 {
     char header[160];
     std::snprintf(header, sizeof(header), "%s %5d %5ld %c %c%05X/", TimeStamp().c_str(), static_cast<int>(getpid()),
@@ -293,9 +366,8 @@ size_t LogCapture::Count(const std::string& text) const
 size_t LogCapture::Count(LogLevel level, const std::string& text) const
 {
     std::lock_guard<std::mutex> lock(mutex_);
-    return static_cast<size_t>(std::count_if(entries_.begin(), entries_.end(), [&](const LogEntry& e) {
-        return e.level == level && e.message.find(text) != std::string::npos;
-    }));
+    return static_cast<size_t>(std::count_if(entries_.begin(), entries_.end(),
+        [&](const LogEntry& e) { return e.level == level && e.message.find(text) != std::string::npos; }));
 }
 
 void LogCapture::Clear()

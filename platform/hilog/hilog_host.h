@@ -39,8 +39,8 @@ public:
     static bool SetOutputFile(const std::string& path);
 
     // Formats a line exactly as HiLogPrint prints it, for tools that show platform-shaped lines.
-    static std::string FormatLine(LogType type, LogLevel level, unsigned int domain, const std::string& tag,
-        const std::string& message);
+    static std::string FormatLine(
+        LogType type, LogLevel level, unsigned int domain, const std::string& tag, const std::string& message);
 };
 
 // Records every line printed while it is alive, from any thread. Creating one lowers the level to

@@ -19,7 +19,10 @@ ParameterStore& Store()
     return *store;
 }
 
-bool IsConstKey(const std::string& key) { return key.rfind("const.", 0) == 0; }
+bool IsConstKey(const std::string& key)
+{
+    return key.rfind("const.", 0) == 0;
+}
 
 }  // namespace
 

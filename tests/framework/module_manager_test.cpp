@@ -69,9 +69,9 @@ TEST_F(ModuleManagerTest, SortsByTypeOrderThenNameAndInitialisesInTwoPhases)
 
     LogCapture log;
     manager.InitializeModules();
-    EXPECT_EQ(journal_, (std::vector<std::string>{"deps:message", "deps:clone", "deps:permission", "deps:record",
-                            "necessaries:message", "necessaries:clone", "necessaries:permission",
-                            "necessaries:record"}));
+    EXPECT_EQ(
+        journal_, (std::vector<std::string>{"deps:message", "deps:clone", "deps:permission", "deps:record",
+                      "necessaries:message", "necessaries:clone", "necessaries:permission", "necessaries:record"}));
     EXPECT_EQ(log.Count(LOG_INFO,
                   "finish InitializeModules, modules=[ref->((message, PLATFORM, 0)), ref->((clone, BUSINESS, 0)), "
                   "ref->((permission, BUSINESS, 0)), ref->((record, BUSINESS, 0))]"),
@@ -80,8 +80,8 @@ TEST_F(ModuleManagerTest, SortsByTypeOrderThenNameAndInitialisesInTwoPhases)
     journal_.clear();
     manager.UnInitializeModules();
     // Same forward order, and the modules stay registered.
-    EXPECT_EQ(journal_, (std::vector<std::string>{"uninit:message", "uninit:clone", "uninit:permission",
-                            "uninit:record"}));
+    EXPECT_EQ(
+        journal_, (std::vector<std::string>{"uninit:message", "uninit:clone", "uninit:permission", "uninit:record"}));
     EXPECT_EQ(log.Count(LOG_INFO, "finish InitializeModules"), 2U);
     EXPECT_EQ(Names().size(), 4U);
 

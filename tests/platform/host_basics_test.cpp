@@ -16,7 +16,6 @@ namespace {
 using OHOS::HiviewDFX::Host::HiLogHost;
 using OHOS::HiviewDFX::Host::LogCapture;
 
-
 TEST(HiLogTest, FormatsAnnotatedArgumentsLikeThePlatform)
 {
     LogCapture log(LOG_DEBUG);
@@ -111,8 +110,8 @@ TEST(StringExTest, ConvertsBetweenUtf8AndUtf16StrictlyAndLosslessly)
     // encoded surrogates and code points above U+10FFFF all give an empty result.
     EXPECT_EQ(OHOS::Str16ToStr8(std::u16string{u'a', 0xD83D}), "");
     EXPECT_EQ(OHOS::Str16ToStr8(std::u16string{0xDE00, 0xD83D}), "");
-    for (const std::string bad : {"\xC3", "a\xC3(", "\xC0\xAF", "\xE0\x80\xAF", "\xED\xA0\x80", "\xF4\x90\x80\x80",
-             "\xFF", "\xF0\x9F\x98"}) {
+    for (const std::string bad :
+        {"\xC3", "a\xC3(", "\xC0\xAF", "\xE0\x80\xAF", "\xED\xA0\x80", "\xF4\x90\x80\x80", "\xFF", "\xF0\x9F\x98"}) {
         EXPECT_TRUE(OHOS::Str8ToStr16(bad).empty()) << bad.size();
     }
 }

@@ -5,7 +5,9 @@
 
 namespace AspTest {
 
-FdCapture::FdCapture() : fd_(memfd_create("asp-test-capture", MFD_CLOEXEC)) {}
+FdCapture::FdCapture() : fd_(memfd_create("asp-test-capture", MFD_CLOEXEC))
+{
+}
 
 FdCapture::~FdCapture()
 {

@@ -56,14 +56,25 @@ TEST(DelayTaskRunnerTest, OnlyTheLatestOfManyConcurrentRunsExecutes)
     for (int t = 0; t < 4; ++t) {
         threads.emplace_back([&, t] {
             for (int i = 0; i < 50; ++i) {
-                runner.Run([&, t] { lastValue = t; ++runs; }, 200);
+                runner.Run(
+                    [&, t] {
+                        lastValue = t;
+                        ++runs;
+                    },
+                    200);
             }
         });
     }
     for (auto& thread : threads) {
         thread.join();
     }
-    runner.Run([&] { lastValue = 99; ++runs; done.CountDown(); }, 1);
+    runner.Run(
+        [&] {
+            lastValue = 99;
+            ++runs;
+            done.CountDown();
+        },
+        1);
     ASSERT_TRUE(done.Wait());
     EXPECT_EQ(runs.load(), 1);
     EXPECT_EQ(lastValue.load(), 99);
@@ -98,10 +109,12 @@ TEST(DelayTaskRunnerTest, RunnerDestroyedByItsOwnTaskEndsCleanly)
 {
     auto* runner = new DelayTaskRunner();
     Latch done(1);
-    runner->Run([&] {
-        delete runner;
-        done.CountDown();
-    }, 1);
+    runner->Run(
+        [&] {
+            delete runner;
+            done.CountDown();
+        },
+        1);
     ASSERT_TRUE(done.Wait());
 
     DelayTaskRunner cancelled;
@@ -154,8 +167,8 @@ TEST(QzLogTest, PrefixesLinesAndSkipsArgumentsOfDisabledLevels)
         EXPECT_EQ(entry.tag, "ASP");
         EXPECT_EQ(entry.level, LOG_INFO);
         EXPECT_EQ(entry.domain, QzLog::DOMAIN);
-        EXPECT_EQ(entry.message, "[QRV][util][utils_test.cpp:" + std::to_string(line) +
-                                     "] TestBody: called with 'value' and 42");
+        EXPECT_EQ(entry.message,
+            "[QRV][util][utils_test.cpp:" + std::to_string(line) + "] TestBody: called with 'value' and 42");
     }
     EXPECT_EQ(evaluated, 1);
     HiLogHost::SetLevel(saved);

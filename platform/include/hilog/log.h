@@ -12,14 +12,7 @@
 extern "C" {
 #endif
 
-typedef enum {
-    LOG_TYPE_MIN = 0,
-    LOG_APP = 0,
-    LOG_INIT = 1,
-    LOG_CORE = 3,
-    LOG_KMSG = 4,
-    LOG_TYPE_MAX
-} LogType;
+typedef enum { LOG_TYPE_MIN = 0, LOG_APP = 0, LOG_INIT = 1, LOG_CORE = 3, LOG_KMSG = 4, LOG_TYPE_MAX } LogType;
 
 typedef enum {
     LOG_LEVEL_MIN = 0,
@@ -36,10 +29,10 @@ typedef enum {
  * "%{public}" and "%{private}" in front of a conversion. The device marks this function with an
  * os_log format attribute that GCC does not know, so the host leaves it off.
  */
-int HiLogPrint(LogType type, LogLevel level, unsigned int domain, const char *tag, const char *fmt, ...);
+int HiLogPrint(LogType type, LogLevel level, unsigned int domain, const char* tag, const char* fmt, ...);
 
 /* True when a line of this level, domain and tag would be printed. */
-bool HiLogIsLoggable(unsigned int domain, const char *tag, LogLevel level);
+bool HiLogIsLoggable(unsigned int domain, const char* tag, LogLevel level);
 
 #ifdef __cplusplus
 }
