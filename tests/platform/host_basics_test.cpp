@@ -6,6 +6,7 @@
 
 #include "hilog/log.h"
 #include "parameters.h"
+#include "platform/base/data_root.h"
 #include "platform/fault/fault_injection.h"
 #include "platform/hilog/hilog_host.h"
 #include "platform/parameters/parameter_host.h"
@@ -132,6 +133,24 @@ TEST(FaultInjectionTest, CountsDownAndClears)
         }
     }
     EXPECT_FALSE(FaultInjection::Take("Kit::Call").has_value());
+}
+
+}  // namespace
+
+namespace {
+
+TEST(DataRootTest, ResolvesDevicePathsUnderTheRoot)
+{
+    using OHOS::Host::DataRoot;
+    DataRoot::Set("/tmp/root/");
+    EXPECT_EQ(DataRoot::Resolve("/data/service/x.db"), "/tmp/root/data/service/x.db");
+    EXPECT_EQ(DataRoot::Resolve("rel/y"), "/tmp/root/rel/y");
+    EXPECT_EQ(DataRoot::Resolve(""), "/tmp/root");
+    DataRoot::Set("");
+    setenv("ASP_DATA_ROOT", "/tmp/env-root", 1);
+    EXPECT_EQ(DataRoot::Resolve("/a"), "/tmp/env-root/a");
+    unsetenv("ASP_DATA_ROOT");
+    EXPECT_EQ(DataRoot::Get(), "/tmp/asp-device");
 }
 
 }  // namespace
