@@ -16,7 +16,9 @@ constexpr int BUNDLE_INFO_FLAGS = 17;
 
 }  // namespace
 
-App::Id::Id(std::string bundleName, int32_t uid) : bundleName_(std::move(bundleName)), uid_(uid) {}
+App::Id::Id(std::string bundleName, int32_t uid) : bundleName_(std::move(bundleName)), uid_(uid)
+{
+}
 
 std::optional<App::Id> App::Id::Create(const std::string& bundleName, int32_t uid)
 {
@@ -36,8 +38,8 @@ App::App(Id id, uint32_t accessTokenId, std::vector<std::string> requestedPermis
     std::vector<int32_t> requestedPermissionStates)
     : id_(std::move(id)),
       accessTokenId_(accessTokenId),
-      requestedPermissions_(std::move(requestedPermissions)),
-      requestedPermissionStates_(std::move(requestedPermissionStates))
+      requestedPermissions_(std::make_shared<const std::vector<std::string>>(std::move(requestedPermissions))),
+      requestedPermissionStates_(std::make_shared<const std::vector<int32_t>>(std::move(requestedPermissionStates)))
 {
 }
 
@@ -58,8 +60,8 @@ std::optional<App> App::Create(const std::string& bundleName, int32_t userId)
 
 std::string App::ToString() const
 {
-    return "(O, " + id_.GetBundleName() + ", " + std::to_string(id_.GetUid()) + ", " +
-           std::to_string(accessTokenId_) + ")";
+    return "(O, " + id_.GetBundleName() + ", " + std::to_string(id_.GetUid()) + ", " + std::to_string(accessTokenId_) +
+           ")";
 }
 
 }  // namespace OHOS::AppSecurityPrivacy::SecurityPrivacyServer::Permission::Ohos

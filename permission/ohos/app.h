@@ -2,6 +2,7 @@
 #define PERMISSION_OHOS_APP_H
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -10,7 +11,8 @@ namespace OHOS::AppSecurityPrivacy::SecurityPrivacyServer::Permission::Ohos {
 
 // A snapshot of one native app as the bundle manager describes it for one user: who it is, its
 // access token, and the permissions it requests with the grant state of each. A value type, taken
-// afresh for every request.
+// afresh for every request. Every group of the app holds a copy, so the requested lists, which
+// never change after the snapshot is taken, are shared between the copies rather than duplicated.
 class App {
 public:
     // Bundle name (never empty) and uid (never negative).
@@ -45,8 +47,8 @@ public:
     int32_t GetUid() const { return id_.GetUid(); }
     uint32_t GetAccessTokenId() const { return accessTokenId_; }
     // In the bundle manager's order.
-    const std::vector<std::string>& GetRequestedPermissions() const { return requestedPermissions_; }
-    const std::vector<int32_t>& GetRequestedPermissionStates() const { return requestedPermissionStates_; }
+    const std::vector<std::string>& GetRequestedPermissions() const { return *requestedPermissions_; }
+    const std::vector<int32_t>& GetRequestedPermissionStates() const { return *requestedPermissionStates_; }
 
     // "(O, com.example.app, 20010001, 537919488)"; the O marks a native app.
     std::string ToString() const;
@@ -54,8 +56,8 @@ public:
 private:
     Id id_;
     uint32_t accessTokenId_;
-    std::vector<std::string> requestedPermissions_;
-    std::vector<int32_t> requestedPermissionStates_;
+    std::shared_ptr<const std::vector<std::string>> requestedPermissions_;
+    std::shared_ptr<const std::vector<int32_t>> requestedPermissionStates_;
 };
 
 }  // namespace OHOS::AppSecurityPrivacy::SecurityPrivacyServer::Permission::Ohos

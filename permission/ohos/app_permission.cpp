@@ -18,7 +18,7 @@ std::optional<AppPermission> AppPermission::Create(const Permission& permission,
 
 std::string AppPermission::ToString() const
 {
-    std::string text = "(" + permission_.GetName() + ", " + (granted_ ? "G" : "NG");
+    std::string text = "(" + permission_->GetName() + ", " + (granted_ ? "G" : "NG");
     const std::string flagsString = GetHumanReadableFlagsString();
     if (!flagsString.empty()) {
         text += SEPARATOR + flagsString;

@@ -12,6 +12,10 @@ namespace OHOS::AppSecurityPrivacy::SecurityPrivacyServer::Permission::Ohos {
 // One permission an app requests, as the platform sees it at the moment of reading: granted or
 // not, and the platform's permission flags. A value type; the group logic is written in terms of
 // its predicates.
+//
+// The permission is held as the catalogue's own constant of the same ordinal (values of the
+// catalogue are equal exactly when their ordinals are), so that the many copies a listing makes
+// copy no names.
 class AppPermission {
 public:
     // The platform's permission flag bits.
@@ -24,14 +28,16 @@ public:
     static constexpr uint32_t FLAG_ALLOW_THIS_TIME = 1U << 6;
 
     AppPermission(const Permission& permission, bool granted, uint32_t flags)
-        : permission_(permission), granted_(granted), flags_(flags)
+        : permission_(&Permission::VALUES.at(static_cast<size_t>(permission.GetOrdinal()))),
+          granted_(granted),
+          flags_(flags)
     {
     }
 
     // Every combination is valid, so this always gives a value.
     static std::optional<AppPermission> Create(const Permission& permission, bool granted, uint32_t flags);
 
-    const Permission& GetPermission() const { return permission_; }
+    const Permission& GetPermission() const { return *permission_; }
     bool IsGranted() const { return granted_; }
     uint32_t GetFlags() const { return flags_; }
 
@@ -44,7 +50,7 @@ public:
     bool IsAllowThisTime() const { return (flags_ & FLAG_ALLOW_THIS_TIME) != 0; }
     // Neither the user nor the settings screen may change such a permission.
     bool IsSystemOrPolicyFixed() const { return (flags_ & (FLAG_SYSTEM_FIXED | FLAG_POLICY_FIXED)) != 0; }
-    bool IsBackground() const { return permission_.IsBackground(); }
+    bool IsBackground() const { return permission_->IsBackground(); }
     // Every permission but the background location one.
     bool IsForeground() const { return !IsBackground(); }
 
@@ -55,7 +61,7 @@ public:
     std::string GetHumanReadableFlagsString() const;
 
 private:
-    Permission permission_;
+    const Permission* permission_;
     bool granted_;
     uint32_t flags_;
 };

@@ -49,8 +49,9 @@ std::optional<AppPermission> AppPermissionFactory::AssembleAppPermission(
         app.GetAccessTokenId(), permission.GetPermissionName(), flags);
     if (ret != 0) {
         // Still listed: the user sees the permission and its grant state, only without flags.
-        QZ_LOGW("uid=%d, bundleName='%s', accessTokenId=%u, permissionName='%s', GetPermissionFlag ret=%d is not "
-                "success, continue.",
+        QZ_LOGW(
+            "uid=%d, bundleName='%s', accessTokenId=%u, permissionName='%s', GetPermissionFlag ret=%d is not "
+            "success, continue.",
             app.GetUid(), app.GetBundleName().c_str(), app.GetAccessTokenId(), permission.GetPermissionName().c_str(),
             ret);
         flags = 0;

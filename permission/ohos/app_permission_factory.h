@@ -27,7 +27,8 @@ public:
 
     // The permission with grant state `state` (0 granted) and its flags as the platform reports
     // them. A permission whose flags cannot be read is still listed, with flags 0.
-    static std::optional<AppPermission> AssembleAppPermission(const App& app, const Permission& permission, int32_t state);
+    static std::optional<AppPermission> AssembleAppPermission(
+        const App& app, const Permission& permission, int32_t state);
 };
 
 }  // namespace OHOS::AppSecurityPrivacy::SecurityPrivacyServer::Permission::Ohos

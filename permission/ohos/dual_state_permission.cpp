@@ -16,9 +16,9 @@ PermissionGroupState DualStatePermission::AssembleCheckedState(const App& /* app
     const bool hfx = OhosAppPermissionGroup::HasSystemOrPolicyFixed(groupedAppPermissions);
     const bool afx = OhosAppPermissionGroup::AreSystemOrPolicyFixed(groupedAppPermissions);
     // Some but not all permissions fixed: the user's choice shows in the ones that can change.
-    const bool allowed = (hfx && !afx) ? OhosAppPermissionGroup::AreForegroundNonSystemOrPolicyFixedGranted(
-                                             groupedAppPermissions)
-                                       : OhosAppPermissionGroup::AreForegroundGranted(groupedAppPermissions);
+    const bool allowed = (hfx && !afx)
+                             ? OhosAppPermissionGroup::AreForegroundNonSystemOrPolicyFixedGranted(groupedAppPermissions)
+                             : OhosAppPermissionGroup::AreForegroundGranted(groupedAppPermissions);
     return allowed ? PermissionGroupState::ALLOW : PermissionGroupState::DENY;
 }
 

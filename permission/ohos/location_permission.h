@@ -15,8 +15,8 @@ public:
         const AppPermissions& groupedAppPermissions) const override;
     std::vector<PermissionGroupState> AssembleShownStates(const App& app, const PermissionGroup& permissionGroup,
         const AppPermissions& groupedAppPermissions) const override;
-    Model::EnumSet<PermissionGroupState> AssembleDisabledStates(const App& app,
-        const PermissionGroup& permissionGroup, const AppPermissions& groupedAppPermissions) const override;
+    Model::EnumSet<PermissionGroupState> AssembleDisabledStates(const App& app, const PermissionGroup& permissionGroup,
+        const AppPermissions& groupedAppPermissions) const override;
     DisabledReason AssembleDisabledReason(const App& app, const PermissionGroup& permissionGroup,
         const AppPermissions& groupedAppPermissions) const override;
 

@@ -107,8 +107,8 @@ OhosAppPermissionGroup::AppPermissions OhosAppPermissionGroup::GetAppPermissions
 
 std::string OhosAppPermissionGroup::ToString() const
 {
-    std::string text = "{app=" + app_.ToString() + ", pg=" + permissionGroup_.GetName() +
-                       ", sp=" + statePack_.ToString() + ", aps=[";
+    std::string text =
+        "{app=" + app_.ToString() + ", pg=" + permissionGroup_.GetName() + ", sp=" + statePack_.ToString() + ", aps=[";
     const auto appPermissions = GetAppPermissions();
     for (size_t i = 0; i < appPermissions.size(); ++i) {
         if (i != 0) {
@@ -133,8 +133,8 @@ std::vector<std::string> OhosAppPermissionGroup::GetHumanReadableStrings()
         STATE_INDENT + "flags=[" + statePack_.GetHumanReadableFlagsString() + "]",
     };
     for (const auto& appPermission : GetAppPermissions()) {
-        std::string line =
-            PERMISSION_INDENT + appPermission.GetPermission().GetName() + ", " + (appPermission.IsGranted() ? "G" : "NG");
+        std::string line = PERMISSION_INDENT + appPermission.GetPermission().GetName() + ", " +
+                           (appPermission.IsGranted() ? "G" : "NG");
         const std::string flagsString = appPermission.GetHumanReadableFlagsString();
         if (!flagsString.empty()) {
             line += ", " + flagsString;
@@ -207,8 +207,7 @@ bool OhosAppPermissionGroup::AreSystemFixed(const AppPermissions& appPermissions
 
 bool OhosAppPermissionGroup::HasGrantedByPolicy(const AppPermissions& appPermissions)
 {
-    return AnyOf(
-        appPermissions, [](const AppPermission& appPermission) { return appPermission.IsGrantedByPolicy(); });
+    return AnyOf(appPermissions, [](const AppPermission& appPermission) { return appPermission.IsGrantedByPolicy(); });
 }
 
 bool OhosAppPermissionGroup::HasComponentSet(const AppPermissions& appPermissions)

@@ -18,8 +18,8 @@ const auto LOG_TAG = Util::QzLog::Tag::Create("permission.ohos");
 
 constexpr int32_t UID_RANGE_PER_USER = 200000;
 
-void AppendAsShared(
-    std::vector<OhosAppPermissionGroup>&& groups, PermissionManagementIntf::AppPermissionGroupPtrs& appPermissionGroupPtrs)
+void AppendAsShared(std::vector<OhosAppPermissionGroup>&& groups,
+    PermissionManagementIntf::AppPermissionGroupPtrs& appPermissionGroupPtrs)
 {
     for (auto& group : groups) {
         appPermissionGroupPtrs.push_back(std::make_shared<OhosAppPermissionGroup>(std::move(group)));
@@ -40,7 +40,8 @@ int32_t OhosPermissionManagement::GetUserIdByUid(int32_t uid)
 }
 
 std::vector<OhosAppPermissionGroup> OhosPermissionManagement::GetOhosAppPermissionGroupsByApp(
-    const std::string& bundleName, int32_t userId, const Model::EnumSet<PermissionGroup>& interestedPermissionGroups) const
+    const std::string& bundleName, int32_t userId,
+    const Model::EnumSet<PermissionGroup>& interestedPermissionGroups) const
 {
     OhosAppPermissionGroupFactory::GroupToPermissions groupToPermissions;
     Model::EnumSet<Permission> interestedPermissions;
@@ -70,21 +71,22 @@ PermissionManagementIntf::AppPermissionGroupPtrs OhosPermissionManagement::GetAp
     QZ_LOGD("called with bundleName='%s', userId=%d, interestedPermissionGroups=%s", bundleName.c_str(), userId,
         Util::FormatUtils::ToString(interestedPermissionGroups).c_str());
     AppPermissionGroupPtrs appPermissionGroupPtrs;
-    AppendAsShared(GetOhosAppPermissionGroupsByApp(bundleName, userId, interestedPermissionGroups),
-        appPermissionGroupPtrs);
+    AppendAsShared(
+        GetOhosAppPermissionGroupsByApp(bundleName, userId, interestedPermissionGroups), appPermissionGroupPtrs);
     QZ_LOGD("appPermissionGroupPtrs=%s", Util::FormatUtils::ToString(appPermissionGroupPtrs).c_str());
     return appPermissionGroupPtrs;
 }
 
 PermissionManagementIntf::AppPermissionGroupPtrs OhosPermissionManagement::GetAppPermissionGroupsByPermission(
-    const PermissionGroup& permissionGroup, int32_t userId, const std::unordered_set<std::string>& interestedBundleNames)
+    const PermissionGroup& permissionGroup, int32_t userId,
+    const std::unordered_set<std::string>& interestedBundleNames)
 {
     const Model::EnumSet<PermissionGroup> interestedPermissionGroups = {permissionGroup};
     AppPermissionGroupPtrs appPermissionGroupPtrs;
     for (const auto& bundleName : interestedBundleNames) {
         // An app without this group adds nothing; that is no error.
-        AppendAsShared(GetOhosAppPermissionGroupsByApp(bundleName, userId, interestedPermissionGroups),
-            appPermissionGroupPtrs);
+        AppendAsShared(
+            GetOhosAppPermissionGroupsByApp(bundleName, userId, interestedPermissionGroups), appPermissionGroupPtrs);
     }
     QZ_LOGD("appPermissionGroupPtrs=%s", Util::FormatUtils::ToString(appPermissionGroupPtrs).c_str());
     return appPermissionGroupPtrs;
@@ -93,13 +95,14 @@ PermissionManagementIntf::AppPermissionGroupPtrs OhosPermissionManagement::GetAp
 bool OhosPermissionManagement::SetAppPermissionGroupCheckedState(const std::string& bundleName, int32_t uid,
     const PermissionGroup& permissionGroup, const NewCheckedStatePack& newCheckedStatePack)
 {
-    QZ_LOGI("called with bundleName='%s', uid=%d, permissionGroup=%s, newCheckedStatePack=%s", bundleName.c_str(),
-        uid, permissionGroup.GetName().c_str(), newCheckedStatePack.ToString().c_str());
+    QZ_LOGI("called with bundleName='%s', uid=%d, permissionGroup=%s, newCheckedStatePack=%s", bundleName.c_str(), uid,
+        permissionGroup.GetName().c_str(), newCheckedStatePack.ToString().c_str());
     const auto singleOhosAppPermissionGroups =
         GetOhosAppPermissionGroupsByApp(bundleName, GetUserIdByUid(uid), {permissionGroup});
     if (singleOhosAppPermissionGroups.size() != 1) {
-        QZ_LOGE("singleOhosAppPermissionGroups size != 1, for bundleName='%s', uid=%d, permissionGroup=%s, please "
-                "check.",
+        QZ_LOGE(
+            "singleOhosAppPermissionGroups size != 1, for bundleName='%s', uid=%d, permissionGroup=%s, please "
+            "check.",
             bundleName.c_str(), uid, permissionGroup.GetName().c_str());
         return false;
     }
@@ -125,8 +128,8 @@ bool OhosPermissionManagement::SetAppPermissionGroupCheckedState(const std::stri
             statePack.GetDisabledReason().GetName().c_str());
         return false;
     }
-    return PermissionGroupStateCommitter::GetInstance().Commit(group, newCheckedState,
-        newCheckedStatePack.GetNewFlagsMask(), newCheckedStatePack.GetNewFlagsValue());
+    return PermissionGroupStateCommitter::GetInstance().Commit(
+        group, newCheckedState, newCheckedStatePack.GetNewFlagsMask(), newCheckedStatePack.GetNewFlagsValue());
 }
 
 }  // namespace OHOS::AppSecurityPrivacy::SecurityPrivacyServer::Permission::Ohos

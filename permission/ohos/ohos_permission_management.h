@@ -33,8 +33,8 @@ public:
         const PermissionGroup& permissionGroup, const NewCheckedStatePack& newCheckedStatePack) override;
 
     // The typed work behind the operations above.
-    std::vector<OhosAppPermissionGroup> GetOhosAppPermissionGroupsByApp(const std::string& bundleName,
-        int32_t userId, const Model::EnumSet<PermissionGroup>& interestedPermissionGroups) const;
+    std::vector<OhosAppPermissionGroup> GetOhosAppPermissionGroupsByApp(const std::string& bundleName, int32_t userId,
+        const Model::EnumSet<PermissionGroup>& interestedPermissionGroups) const;
 
     // The user a uid belongs to: every user has a range of 200000 uids.
     static int32_t GetUserIdByUid(int32_t uid);

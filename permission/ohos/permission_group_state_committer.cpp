@@ -97,8 +97,9 @@ bool PermissionGroupStateCommitter::GrantRuntimePermission(const OhosAppPermissi
     const int ret =
         OHOS::Security::AccessToken::AccessTokenKit::GrantPermission(app.GetAccessTokenId(), permissionName, newFlags);
     if (ret != RET_SUCCESS) {
-        QZ_LOGW("uid=%d, bundleName='%s', accessTokenId=%u, permissionName='%s', oldFlags=%u, newFlagsMask=%u, "
-                "newFlagsValue=%u, newFlags=%u, GrantPermission ret=%d is not success, ignore.",
+        QZ_LOGW(
+            "uid=%d, bundleName='%s', accessTokenId=%u, permissionName='%s', oldFlags=%u, newFlagsMask=%u, "
+            "newFlagsValue=%u, newFlags=%u, GrantPermission ret=%d is not success, ignore.",
             app.GetUid(), app.GetBundleName().c_str(), app.GetAccessTokenId(), permissionName.c_str(), oldFlags,
             newFlagsMask, newFlagsValue, newFlags, ret);
         return false;
@@ -120,8 +121,9 @@ bool PermissionGroupStateCommitter::RevokeRuntimePermission(const OhosAppPermiss
     const int ret =
         OHOS::Security::AccessToken::AccessTokenKit::RevokePermission(app.GetAccessTokenId(), permissionName, newFlags);
     if (ret != RET_SUCCESS) {
-        QZ_LOGW("uid=%d, bundleName='%s', accessTokenId=%u, permissionName='%s', oldFlags=%u, newFlagsMask=%u, "
-                "newFlagsValue=%u, newFlags=%u, RevokePermission ret=%d is not success, ignore.",
+        QZ_LOGW(
+            "uid=%d, bundleName='%s', accessTokenId=%u, permissionName='%s', oldFlags=%u, newFlagsMask=%u, "
+            "newFlagsValue=%u, newFlags=%u, RevokePermission ret=%d is not success, ignore.",
             app.GetUid(), app.GetBundleName().c_str(), app.GetAccessTokenId(), permissionName.c_str(), oldFlags,
             newFlagsMask, newFlagsValue, newFlags, ret);
         return false;

@@ -15,8 +15,8 @@ Model::EnumSet<PermissionGroupState> StatePackAssembler::AssembleDisabledStates(
     return {};
 }
 
-DisabledReason StatePackAssembler::AssembleDisabledReason(
-    const App& /* app */, const PermissionGroup& /* permissionGroup */, const AppPermissions& groupedAppPermissions) const
+DisabledReason StatePackAssembler::AssembleDisabledReason(const App& /* app */,
+    const PermissionGroup& /* permissionGroup */, const AppPermissions& groupedAppPermissions) const
 {
     if (OhosAppPermissionGroup::AreSystemOrPolicyFixed(groupedAppPermissions)) {
         return DisabledReason::SYSTEM_OR_POLICY_FIXED;
@@ -24,8 +24,8 @@ DisabledReason StatePackAssembler::AssembleDisabledReason(
     return DisabledReason::NONE;
 }
 
-int64_t StatePackAssembler::AssembleFlags(
-    const App& /* app */, const PermissionGroup& /* permissionGroup */, const AppPermissions& groupedAppPermissions) const
+int64_t StatePackAssembler::AssembleFlags(const App& /* app */, const PermissionGroup& /* permissionGroup */,
+    const AppPermissions& groupedAppPermissions) const
 {
     int64_t flags = 0;
     if (OhosAppPermissionGroup::HasUserFixed(groupedAppPermissions)) {
