@@ -52,7 +52,7 @@ public:
     // `permissionGroup` of each of the named apps that has it.
     virtual AppPermissionGroupPtrs GetAppPermissionGroupsByPermission(const PermissionGroup& permissionGroup,
         int32_t userId, const std::unordered_set<std::string>& interestedBundleNames) = 0;
-    // True when the change took effect, at least in part.
+    // True when the change took effect, for at least one permission.
     virtual bool SetAppPermissionGroupCheckedState(const std::string& bundleName, int32_t uid,
         const PermissionGroup& permissionGroup, const NewCheckedStatePack& newCheckedStatePack) = 0;
 };

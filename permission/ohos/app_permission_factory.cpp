@@ -35,7 +35,7 @@ std::vector<AppPermission> AppPermissionFactory::CreateAppPermissions(
         }
         auto appPermissionOpt = AssembleAppPermission(app, *permissionOpt, states[i]);
         if (appPermissionOpt.has_value()) {
-            appPermissions.push_back(std::move(*appPermissionOpt));
+            appPermissions.push_back(*appPermissionOpt);
         }
     }
     return appPermissions;

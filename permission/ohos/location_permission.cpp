@@ -45,13 +45,13 @@ std::vector<PermissionGroupState> LocationPermission::AssembleShownStates(const 
     const bool ffx = Group::AreForegroundSystemOrPolicyFixed(groupedAppPermissions);
     const bool bfx = Group::AreBackgroundSystemOrPolicyFixed(groupedAppPermissions);
     std::vector<PermissionGroupState> shownStates;
-    // While in use is hidden when the background part is granted and fixed but the foreground part
+    // While in use is hidden when the background side is granted and fixed but the foreground side
     // could still be changed: choosing it could not take the background permission away.
     if (f && (ffx || !(b && bg && bfx))) {
         shownStates.push_back(State::ALLOW_ONLY_WHILE_IN_USE);
     }
-    // All the time is hidden when the background part is denied and fixed while the foreground
-    // part is adjustable: choosing it could not grant the background permission.
+    // All the time is hidden when the background side is denied and fixed while the foreground
+    // side is adjustable: choosing it could not grant the background permission.
     if (b && (bg || !f || ffx || !bfx)) {
         shownStates.push_back(State::ALLOW_ALL_THE_TIME);
     }
@@ -68,7 +68,7 @@ Model::EnumSet<PermissionGroupState> LocationPermission::AssembleDisabledStates(
     if (!f && b) {
         return AllShownStates(app, permissionGroup, groupedAppPermissions);
     }
-    // Greyed out as soon as the foreground part is fixed, even if the background part is not.
+    // Greyed out as soon as the foreground side is fixed, even if the background side is not.
     if (Group::AreForegroundSystemOrPolicyFixed(groupedAppPermissions)) {
         return AllShownStates(app, permissionGroup, groupedAppPermissions);
     }
@@ -83,8 +83,8 @@ DisabledReason LocationPermission::AssembleDisabledReason(const App& /* app */,
     if (!f && b) {
         return DisabledReason::INVALID_REQUEST_PERMISSIONS_COMBINATION;
     }
-    // Reported as fixed only when every permission of the group is: a fixed foreground part with
-    // an adjustable background part is greyed out without a reason to tell.
+    // Reported as fixed only when every permission of the group is: a fixed foreground side with
+    // an adjustable background side is greyed out without a reason to tell.
     if (Group::AreSystemOrPolicyFixed(groupedAppPermissions)) {
         return DisabledReason::SYSTEM_OR_POLICY_FIXED;
     }

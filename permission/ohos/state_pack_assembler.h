@@ -13,7 +13,7 @@
 
 namespace OHOS::AppSecurityPrivacy::SecurityPrivacyServer::Permission::Ohos {
 
-// Derives the parts of a group's state pack from the app's permissions of that group (the grouped
+// Derives each piece of a group's state pack from the app's permissions of that group (the grouped
 // app permissions), one kind of group per concrete assembler. Stateless: the concrete assemblers
 // are singletons shared by every thread.
 //

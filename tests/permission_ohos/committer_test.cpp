@@ -5,11 +5,6 @@
 #include <gtest/gtest.h>
 
 #include "accesstoken_kit.h"
-#include "permission/ohos/allow.h"
-#include "permission/ohos/allow_all_the_time.h"
-#include "permission/ohos/allow_only_while_in_use.h"
-#include "permission/ohos/ask_each_time.h"
-#include "permission/ohos/deny.h"
 #include "permission/ohos/permission_group_state_committer.h"
 #include "platform/fault/fault_injection.h"
 #include "tests/permission_ohos/native_test_support.h"
@@ -68,19 +63,6 @@ TEST(CommitterFlagsTest, OnlyUserBitsPassAndOnlyWhereMasked)
     }
 }
 
-TEST(CommitterFlagsTest, AppliersByState)
-{
-    EXPECT_EQ(&Committer::GetStatePackApplier(State::ALLOW), &Permission::Ohos::Allow::GetInstance());
-    EXPECT_EQ(
-        &Committer::GetStatePackApplier(State::ALLOW_ALL_THE_TIME), &Permission::Ohos::AllowAllTheTime::GetInstance());
-    EXPECT_EQ(&Committer::GetStatePackApplier(State::ALLOW_ONLY_WHILE_IN_USE),
-        &Permission::Ohos::AllowOnlyWhileInUse::GetInstance());
-    EXPECT_EQ(&Committer::GetStatePackApplier(State::ASK_EACH_TIME), &Permission::Ohos::AskEachTime::GetInstance());
-    for (const auto& state : {State::DENY, State::MEDIA_ONLY, State::ALLOW_MANAGEMENT_OF_ALL_FILES}) {
-        EXPECT_EQ(&Committer::GetStatePackApplier(state), &Permission::Ohos::Deny::GetInstance()) << state.GetName();
-    }
-}
-
 class CommitterTest : public DeviceTest {
 protected:
     // Installs the app, reads its group as a request would, and commits `state` on it.
@@ -114,7 +96,7 @@ TEST_F(CommitterTest, EachApplierGrantsAndRevokesItsPart)
         PlatformState backgroundAfter;
         const char* finalLine;
     } rows[] = {
-        // Allow leaves the background part alone and counts it as not done.
+        // Allow leaves the background permission alone and counts it as not done.
         {"ALLOW", false, false, true, {true, US}, {false, UF},
             "partial success, permissionToRet={APPROXIMATELY_LOCATION=true, LOCATION_IN_BACKGROUND=false}"},
         {"ALLOW_ALL_THE_TIME", false, false, true, {true, US}, {true, US},

@@ -7,27 +7,21 @@
 
 #include <gtest/gtest.h>
 
-#include "permission/ohos/dual_state_permission.h"
-#include "permission/ohos/location_permission.h"
-#include "permission/ohos/ohos_app_permission_group_factory.h"
-#include "permission/ohos/pasteboard_permission.h"
 #include "tests/permission_ohos/native_test_support.h"
 
 namespace NativeTest {
 namespace {
 
-using Permission::Ohos::OhosAppPermissionGroupFactory;
-
 // One requested permission of a row: granted or not, and its flags.
-struct Part {
+struct Held {
     bool granted;
     uint32_t flags;
 };
-constexpr Part G{true, 0};
-constexpr Part N{false, 0};
-Part Fixed(Part part, uint32_t flags)
+constexpr Held G{true, 0};
+constexpr Held N{false, 0};
+Held Fixed(Held held, uint32_t flags)
 {
-    return {part.granted, part.flags | flags};
+    return {held.granted, held.flags | flags};
 }
 
 // What the settings screen is to show for a row.
@@ -69,8 +63,8 @@ const std::set<std::string> NONE_DISABLED = {};
 // F is the approximate location (foreground), B the background location.
 struct LocationRow {
     const char* name;
-    std::optional<Part> foreground;
-    std::optional<Part> background;
+    std::optional<Held> foreground;
+    std::optional<Held> background;
     Expected expected;
 };
 
@@ -147,17 +141,17 @@ TEST_F(StatePackTablesTest, LocationCheckedShownAndDisabledStates)
 
 TEST_F(StatePackTablesTest, EveryLocationCombinationGivesAConsistentGroup)
 {
-    // Any grant state and fixing of each part must give a pack that StatePack::Create accepts: a
+    // Any grant state and fixing of each side must give a pack that StatePack::Create accepts: a
     // checked state the table cannot show would make the group vanish from the settings.
-    std::vector<std::optional<Part>> parts = {std::nullopt};
+    std::vector<std::optional<Held>> variants = {std::nullopt};
     for (bool granted : {true, false}) {
         for (uint32_t fixed : {0U, SF, PF}) {
-            parts.push_back(Part{granted, fixed});
+            variants.push_back(Held{granted, fixed});
         }
     }
     int combinations = 0;
-    for (const auto& foreground : parts) {
-        for (const auto& background : parts) {
+    for (const auto& foreground : variants) {
+        for (const auto& background : variants) {
             if (!foreground.has_value() && !background.has_value()) {
                 continue;
             }
@@ -178,7 +172,7 @@ TEST_F(StatePackTablesTest, PasteboardAsksEachTimeWhenAllowedThisTime)
     const std::set<std::string> allShown(shown.begin(), shown.end());
     const struct {
         const char* name;
-        Part pasteboard;
+        Held pasteboard;
         Expected expected;
     } rows[] = {
         {"allowed this time, revoked", Fixed(N, ATT), {"ASK_EACH_TIME", shown, NONE_DISABLED, "NONE"}},
@@ -203,8 +197,8 @@ TEST_F(StatePackTablesTest, DualStateGroupsAllowOrDeny)
     const std::set<std::string> allShown = {"ALLOW", "DENY"};
     const struct {
         const char* name;
-        Part read;   // READ_CONTACTS
-        Part write;  // WRITE_CONTACTS
+        Held read;   // READ_CONTACTS
+        Held write;  // WRITE_CONTACTS
         Expected expected;
     } rows[] = {
         {"both granted", G, G, {"ALLOW", shown, NONE_DISABLED, "NONE"}},
@@ -223,7 +217,7 @@ TEST_F(StatePackTablesTest, DualStateGroupsAllowOrDeny)
                             {Name(OhosPermission::WRITE_CONTACTS), row.write.granted, row.write.flags}}),
             row.expected);
     }
-    // A group of one permission, and the precise location, which has no background part.
+    // A group of one permission, and the precise location, which has no background permission.
     ExpectGroup(Read(PermissionGroup::CAMERA, {{Name(OhosPermission::CAMERA), true, 0}}),
         {"ALLOW", shown, NONE_DISABLED, "NONE"});
     ExpectGroup(Read(PermissionGroup::PRECISE_LOCATION, {{Name(OhosPermission::LOCATION), false, 0}}),
@@ -242,7 +236,7 @@ TEST_F(StatePackTablesTest, FlagWordTellsUserSetAndUserFixed)
         {US, 0, 1, "(ALLOW, [ALLOW, DENY], {}, NONE, US)"},
         {UF, 0, 2, "(ALLOW, [ALLOW, DENY], {}, NONE, UF)"},
         {US | UF, 0, 3, "(ALLOW, [ALLOW, DENY], {}, NONE, US, UF)"},
-        // The other platform bits are not part of the word.
+        // The other platform bits do not count in the word.
         {GBP | CS | ATT, 0, 0, "(ALLOW, [ALLOW, DENY], {}, NONE)"},
     };
     for (const auto& row : rows) {
@@ -259,22 +253,6 @@ TEST_F(StatePackTablesTest, FlagWordTellsUserSetAndUserFixed)
         {{Name(OhosPermission::READ_CONTACTS), true, US}, {Name(OhosPermission::WRITE_CONTACTS), true, UF}});
     ASSERT_TRUE(contacts.has_value());
     EXPECT_EQ(contacts->GetFlags(), 3);
-}
-
-TEST_F(StatePackTablesTest, AssemblersByGroup)
-{
-    EXPECT_EQ(&OhosAppPermissionGroupFactory::GetStatePackAssembler(PermissionGroup::LOCATION),
-        &Permission::Ohos::LocationPermission::GetInstance());
-    EXPECT_EQ(&OhosAppPermissionGroupFactory::GetStatePackAssembler(PermissionGroup::PASTEBOARD),
-        &Permission::Ohos::PasteboardPermission::GetInstance());
-    for (const auto& group : PermissionGroup::VALUES) {
-        if (group == PermissionGroup::LOCATION || group == PermissionGroup::PASTEBOARD) {
-            continue;
-        }
-        EXPECT_EQ(&OhosAppPermissionGroupFactory::GetStatePackAssembler(group),
-            &Permission::Ohos::DualStatePermission::GetInstance())
-            << group.GetName();
-    }
 }
 
 }  // namespace
