@@ -32,11 +32,11 @@ Bytes Words(std::initializer_list<uint32_t> words)
     return out;
 }
 
-Bytes Concat(std::initializer_list<Bytes> parts)
+Bytes Concat(std::initializer_list<Bytes> pieces)
 {
     Bytes out;
-    for (const auto& part : parts) {
-        out.insert(out.end(), part.begin(), part.end());
+    for (const auto& piece : pieces) {
+        out.insert(out.end(), piece.begin(), piece.end());
     }
     return out;
 }
