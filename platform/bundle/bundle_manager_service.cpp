@@ -1,0 +1,584 @@
+#include "platform/bundle/bundle_manager_service.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+
+#include "bundle_mgr_proxy.h"
+#include "platform/bundle/app_control_service.h"
+#include "platform/fault/fault_injection.h"
+#include "platform/privacy/privacy_record_service.h"
+#include "platform/samgr/system_ability_manager.h"
+#include "system_ability_definition.h"
+
+namespace OHOS::AppExecFwk::Host {
+namespace {
+
+using Security::AccessToken::AccessTokenID;
+using Security::AccessToken::INVALID_TOKENID;
+using Security::AccessToken::PERMISSION_DENIED;
+using Security::AccessToken::PERMISSION_GRANTED;
+using Security::AccessToken::Host::AccessTokenService;
+
+// See AppControlService: the manager is reached through its interface, never by parcels.
+constexpr int UNKNOWN_TRANSACTION = 4;
+constexpr int32_t WITH_APPLICATION = static_cast<int32_t>(GetBundleInfoFlag::GET_BUNDLE_INFO_WITH_APPLICATION);
+constexpr int32_t WITH_REQUESTED_PERMISSION =
+    static_cast<int32_t>(GetBundleInfoFlag::GET_BUNDLE_INFO_WITH_REQUESTED_PERMISSION);
+
+int64_t NowMs()
+{
+    return std::chrono::duration_cast<std::chrono::milliseconds>(
+        std::chrono::system_clock::now().time_since_epoch()).count();
+}
+
+// A stand-in for the signing key's part of the app id: stable for a name across restarts and
+// devices, different between names.
+std::string DefaultAppId(const std::string& bundleName)
+{
+    uint64_t hash = 0xcbf29ce484222325ULL;  // FNV-1a
+    for (unsigned char c : bundleName) {
+        hash = (hash ^ c) * 0x100000001b3ULL;
+    }
+    char digits[17];
+    std::snprintf(digits, sizeof(digits), "%016llX", static_cast<unsigned long long>(hash));
+    return bundleName + "_" + digits;
+}
+
+bool IsValidPermissionList(const std::vector<Security::AccessToken::PermissionStatus>& permissions)
+{
+    std::set<std::string> names;
+    for (const auto& permission : permissions) {
+        if (permission.permissionName.empty() || !names.insert(permission.permissionName).second ||
+            (permission.grantStatus != PERMISSION_GRANTED && permission.grantStatus != PERMISSION_DENIED)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+// The creator a BrokerDelegator<BundleMgrProxy> would register.
+sptr<IRemoteBroker> CreateBundleMgrProxy(const sptr<IRemoteObject>& object)
+{
+    return sptr<IRemoteBroker>(new BundleMgrProxy(object));
+}
+
+// The manager is at ability 401 as soon as the platform is loaded, before anyone asks for it.
+[[maybe_unused]] const bool REGISTERED_AT_LOAD = (BundleManagerService::GetInstance().RegisterWithSamgr(), true);
+
+}  // namespace
+
+BundleManagerService::BundleManagerService() : IRemoteObject(IBundleMgr::GetDescriptor())
+{
+    ExtendObjectLifetime();
+    users_ = {Constants::DEFAULT_USERID, Constants::START_USERID};
+}
+
+BundleManagerService& BundleManagerService::GetInstance()
+{
+    static BundleManagerService* service = new BundleManagerService();
+    return *service;
+}
+
+bool BundleManagerService::AddUser(int32_t userId)
+{
+    if (userId < 0) {
+        return false;
+    }
+    {
+        std::unique_lock<std::shared_mutex> lock(mutex_);
+        if (!users_.insert(userId).second) {
+            return false;
+        }
+    }
+    Notify(BundleChange::USER_ADDED, std::string(), userId);
+    return true;
+}
+
+bool BundleManagerService::RemoveUser(int32_t userId)
+{
+    std::vector<std::pair<std::string, AccessTokenID>> removed;
+    {
+        std::unique_lock<std::shared_mutex> lock(mutex_);
+        if (userId == Constants::DEFAULT_USERID || users_.count(userId) == 0) {
+            return false;
+        }
+        std::vector<std::string> names;
+        for (const auto& entry : bundles_) {
+            if (entry.first.second == userId) {
+                names.push_back(entry.first.first);
+            }
+        }
+        for (const auto& name : names) {
+            AccessTokenID tokenId = INVALID_TOKENID;
+            if (RemoveLocked(name, userId, tokenId) == ERR_OK) {
+                removed.emplace_back(name, tokenId);
+            }
+        }
+        users_.erase(userId);
+    }
+    for (const auto& [name, tokenId] : removed) {
+        DeleteTokenAndRecords(tokenId);
+        Notify(BundleChange::UNINSTALLED, name, userId);
+    }
+    Notify(BundleChange::USER_REMOVED, std::string(), userId);
+    return true;
+}
+
+bool BundleManagerService::HasUser(int32_t userId) const
+{
+    std::shared_lock<std::shared_mutex> lock(mutex_);
+    return users_.count(userId) != 0;
+}
+
+std::vector<int32_t> BundleManagerService::ListUsers() const
+{
+    std::shared_lock<std::shared_mutex> lock(mutex_);
+    return std::vector<int32_t>(users_.begin(), users_.end());
+}
+
+ErrCode BundleManagerService::Install(const InstallParams& params, InstalledBundle* installed)
+{
+    if (params.bundleName.empty() || params.appIndex >= Constants::BASE_USER_RANGE ||
+        !IsValidPermissionList(params.permissions)) {
+        return ERR_BUNDLE_MANAGER_PARAM_ERROR;
+    }
+    const Key key{params.bundleName, params.userId};
+    InstalledBundle bundle;
+    bundle.bundleName = params.bundleName;
+    bundle.userId = params.userId;
+    bundle.isSystemApp = params.isSystemApp;
+    bundle.entityType = params.entityType;
+    bundle.versionName = params.versionName;
+    bundle.versionCode = params.versionCode;
+    bundle.apiVersion = params.apiVersion;
+    bundle.appDistributionType = params.appDistributionType;
+    bundle.vendor = params.vendor;
+    for (const auto& permission : params.permissions) {
+        bundle.reqPermissions.push_back(permission.permissionName);
+    }
+
+    // First the bundle's index and app id are reserved, then its token is made without the lock,
+    // then the installation is entered.
+    {
+        std::unique_lock<std::shared_mutex> lock(mutex_);
+        if (users_.count(params.userId) == 0) {
+            return ERR_BUNDLE_MANAGER_INVALID_USER_ID;
+        }
+        if (bundles_.count(key) != 0 || installing_.count(key) != 0) {
+            return ERR_HOST_BUNDLE_ALREADY_INSTALLED;
+        }
+        auto identity = identities_.find(params.bundleName);
+        if (identity != identities_.end()) {
+            // One index and one app id per bundle, whichever user it is installed for.
+            if ((params.appIndex >= 0 && params.appIndex != identity->second.appIndex) ||
+                (!params.appId.empty() && params.appId != identity->second.appId)) {
+                return ERR_BUNDLE_MANAGER_PARAM_ERROR;
+            }
+        } else {
+            int32_t appIndex = params.appIndex;
+            if (appIndex >= 0 && bundleOfIndex_.count(appIndex) != 0) {
+                return ERR_BUNDLE_MANAGER_PARAM_ERROR;
+            }
+            if (appIndex < 0) {
+                appIndex = Constants::BASE_APP_UID;
+                while (bundleOfIndex_.count(appIndex) != 0) {
+                    ++appIndex;
+                }
+                if (appIndex >= Constants::BASE_USER_RANGE) {
+                    return ERR_BUNDLE_MANAGER_INTERNAL_ERROR;
+                }
+            }
+            BundleIdentity fresh;
+            fresh.appIndex = appIndex;
+            fresh.appId = params.appId.empty() ? DefaultAppId(params.bundleName) : params.appId;
+            identity = identities_.emplace(params.bundleName, fresh).first;
+            bundleOfIndex_[appIndex] = params.bundleName;
+        }
+        ++identity->second.installations;
+        installing_.insert(key);
+        bundle.appIndex = identity->second.appIndex;
+        bundle.appId = identity->second.appId;
+        bundle.uid = params.userId * Constants::BASE_USER_RANGE + bundle.appIndex;
+    }
+
+    Security::AccessToken::Host::HapTokenParams token;
+    token.bundleName = params.bundleName;
+    token.userId = params.userId;
+    token.instIndex = 0;
+    token.apiVersion = params.apiVersion;
+    token.isSystemApp = params.isSystemApp;
+    token.permissions = params.permissions;
+    token.tokenId = params.tokenId;
+    const auto ids = AccessTokenService::GetInstance().CreateHapToken(token);
+    bundle.tokenId = ids.tokenId;
+    bundle.fullTokenId = ids.fullTokenId;
+    bundle.installTime = NowMs();
+
+    ErrCode ret = ERR_OK;
+    {
+        std::unique_lock<std::shared_mutex> lock(mutex_);
+        installing_.erase(key);
+        if (ids.tokenId == INVALID_TOKENID) {
+            ret = ERR_BUNDLE_MANAGER_INTERNAL_ERROR;
+        } else if (users_.count(params.userId) == 0) {
+            ret = ERR_BUNDLE_MANAGER_INVALID_USER_ID;  // the user was removed meanwhile
+        }
+        if (ret == ERR_OK) {
+            bundles_.emplace(key, bundle);
+        } else {
+            ReleaseIdentityLocked(params.bundleName);
+        }
+    }
+    if (ret != ERR_OK) {
+        if (ids.tokenId != INVALID_TOKENID) {
+            AccessTokenService::GetInstance().DeleteToken(ids.tokenId);
+        }
+        return ret;
+    }
+    if (installed != nullptr) {
+        *installed = bundle;
+    }
+    Notify(BundleChange::INSTALLED, params.bundleName, params.userId);
+    return ERR_OK;
+}
+
+void BundleManagerService::ReleaseIdentityLocked(const std::string& bundleName)
+{
+    auto identity = identities_.find(bundleName);
+    if (identity != identities_.end() && --identity->second.installations <= 0) {
+        // Installed for no user any more: the index is free for another bundle.
+        bundleOfIndex_.erase(identity->second.appIndex);
+        identities_.erase(identity);
+    }
+}
+
+ErrCode BundleManagerService::RemoveLocked(const std::string& bundleName, int32_t userId, AccessTokenID& tokenId)
+{
+    if (users_.count(userId) == 0) {
+        return ERR_BUNDLE_MANAGER_INVALID_USER_ID;
+    }
+    auto it = bundles_.find({bundleName, userId});
+    if (it == bundles_.end()) {
+        return ERR_BUNDLE_MANAGER_BUNDLE_NOT_EXIST;
+    }
+    tokenId = it->second.tokenId;
+    bundles_.erase(it);
+    ReleaseIdentityLocked(bundleName);
+    return ERR_OK;
+}
+
+void BundleManagerService::DeleteTokenAndRecords(AccessTokenID tokenId)
+{
+    // As on the platform, the application's token goes with it, and so do the records of its uses.
+    AccessTokenService::GetInstance().DeleteToken(tokenId);
+    Security::AccessToken::Host::PrivacyRecordService::GetInstance().RemoveRecordsOfToken(tokenId);
+}
+
+ErrCode BundleManagerService::Uninstall(const std::string& bundleName, int32_t userId)
+{
+    AccessTokenID tokenId = INVALID_TOKENID;
+    ErrCode ret;
+    {
+        std::unique_lock<std::shared_mutex> lock(mutex_);
+        ret = RemoveLocked(bundleName, userId, tokenId);
+    }
+    if (ret == ERR_OK) {
+        DeleteTokenAndRecords(tokenId);
+        Notify(BundleChange::UNINSTALLED, bundleName, userId);
+    }
+    return ret;
+}
+
+std::optional<InstalledBundle> BundleManagerService::FindBundle(const std::string& bundleName, int32_t userId) const
+{
+    std::shared_lock<std::shared_mutex> lock(mutex_);
+    auto it = bundles_.find({bundleName, userId});
+    if (it == bundles_.end()) {
+        return std::nullopt;
+    }
+    return it->second;
+}
+
+std::optional<InstalledBundle> BundleManagerService::FindBundleByUid(int32_t uid) const
+{
+    if (uid < 0) {
+        return std::nullopt;
+    }
+    const int32_t userId = uid / Constants::BASE_USER_RANGE;
+    const int32_t appIndex = uid % Constants::BASE_USER_RANGE;
+    std::shared_lock<std::shared_mutex> lock(mutex_);
+    auto owner = bundleOfIndex_.find(appIndex);
+    if (owner == bundleOfIndex_.end()) {
+        return std::nullopt;
+    }
+    auto it = bundles_.find({owner->second, userId});
+    if (it == bundles_.end()) {
+        return std::nullopt;
+    }
+    return it->second;
+}
+
+std::vector<InstalledBundle> BundleManagerService::ListBundles() const
+{
+    std::shared_lock<std::shared_mutex> lock(mutex_);
+    std::vector<InstalledBundle> bundles;
+    bundles.reserve(bundles_.size());
+    for (const auto& entry : bundles_) {
+        bundles.push_back(entry.second);
+    }
+    std::stable_sort(bundles.begin(), bundles.end(),
+        [](const InstalledBundle& a, const InstalledBundle& b) { return a.userId < b.userId; });
+    return bundles;
+}
+
+std::optional<Security::AccessToken::Host::TokenIds> BundleManagerService::FindTokenByUid(int32_t uid) const
+{
+    if (const auto bundle = FindBundleByUid(uid)) {
+        return Security::AccessToken::Host::TokenIds{bundle->tokenId, bundle->fullTokenId};
+    }
+    auto& tokens = AccessTokenService::GetInstance();
+    const AccessTokenID tokenId = tokens.FindNativeTokenByUid(uid);
+    if (tokenId == INVALID_TOKENID) {
+        return std::nullopt;
+    }
+    return Security::AccessToken::Host::TokenIds{tokenId, tokens.GetFullTokenId(tokenId)};
+}
+
+void BundleManagerService::RegisterWithSamgr()
+{
+    OHOS::Host::SystemAbilityManager::GetInstance().AddSystemAbility(
+        BUNDLE_MGR_SERVICE_SYS_ABILITY_ID, sptr<IRemoteObject>(static_cast<IRemoteObject*>(this)));
+}
+
+void BundleManagerService::SetPresentedAsProxy(bool asProxy)
+{
+    presentedAsProxy_.store(asProxy);
+    AppControlService::GetInstance().SetPresentedAsProxy(asProxy);
+}
+
+void BundleManagerService::SetProxyCreatorRegistered(bool registered)
+{
+    if (creatorRegistered_.exchange(registered) == registered) {
+        return;
+    }
+    if (registered) {
+        BrokerRegistration::Get().Register(IBundleMgr::GetDescriptor(), CreateBundleMgrProxy, this);
+    } else {
+        BrokerRegistration::Get().Unregister(IBundleMgr::GetDescriptor(), this);
+    }
+}
+
+void BundleManagerService::SetListener(Listener listener)
+{
+    std::lock_guard<std::mutex> lock(listenerMutex_);
+    listener_ = std::move(listener);
+}
+
+void BundleManagerService::Reset()
+{
+    {
+        std::unique_lock<std::shared_mutex> lock(mutex_);
+        users_ = {Constants::DEFAULT_USERID, Constants::START_USERID};
+        bundles_.clear();
+        installing_.clear();
+        identities_.clear();
+        bundleOfIndex_.clear();
+    }
+    AppControlService::GetInstance().Reset();
+    SetPresentedAsProxy(false);
+    SetProxyCreatorRegistered(false);
+    RegisterWithSamgr();
+}
+
+void BundleManagerService::Notify(BundleChange change, const std::string& bundleName, int32_t userId) const
+{
+    Listener listener;
+    {
+        std::lock_guard<std::mutex> lock(listenerMutex_);
+        listener = listener_;
+    }
+    if (listener) {
+        listener(change, bundleName, userId);
+    }
+}
+
+const InstalledBundle* BundleManagerService::ResolveLocked(const std::string& bundleName, int32_t userId) const
+{
+    auto it = bundles_.find({bundleName, userId});
+    if (it == bundles_.end() && userId != Constants::DEFAULT_USERID) {
+        it = bundles_.find({bundleName, Constants::DEFAULT_USERID});
+    }
+    return it == bundles_.end() ? nullptr : &it->second;
+}
+
+BundleInfo BundleManagerService::MakeBundleInfo(const InstalledBundle& bundle, int32_t flags) const
+{
+    BundleInfo info;
+    info.name = bundle.bundleName;
+    info.versionName = bundle.versionName;
+    info.versionCode = bundle.versionCode;
+    info.vendor = bundle.vendor;
+    info.appId = bundle.appId;
+    info.entryModuleName = "entry";
+    info.compatibleVersion = bundle.apiVersion;
+    info.targetVersion = bundle.apiVersion;
+    info.installTime = bundle.installTime;
+    info.updateTime = bundle.installTime;
+    info.uid = bundle.uid;
+    info.isNativeApp = false;
+    if ((flags & WITH_APPLICATION) != 0) {
+        ApplicationInfo& app = info.applicationInfo;
+        app.name = bundle.bundleName;
+        app.bundleName = bundle.bundleName;
+        app.versionName = bundle.versionName;
+        app.versionCode = bundle.versionCode;
+        app.apiCompatibleVersion = bundle.apiVersion;
+        app.apiTargetVersion = bundle.apiVersion;
+        app.vendor = bundle.vendor;
+        app.codePath = "/data/app/el1/bundle/public/" + bundle.bundleName;
+        app.dataDir = "/data/app/el2/" + std::to_string(bundle.userId) + "/base/" + bundle.bundleName;
+        app.process = bundle.bundleName;
+        app.appDistributionType = bundle.appDistributionType;
+        app.entityType = bundle.entityType;
+        app.accessTokenId = bundle.tokenId;
+        app.accessTokenIdEx = bundle.fullTokenId;
+        app.uid = bundle.uid;
+        app.isSystemApp = bundle.isSystemApp;
+        app.removable = !bundle.isSystemApp;
+    }
+    if ((flags & WITH_REQUESTED_PERMISSION) != 0) {
+        // States are the token's at this moment, not the install-time ones.
+        const auto statuses = AccessTokenService::GetInstance().GetPermissionStatuses(bundle.tokenId);
+        info.reqPermissions = bundle.reqPermissions;
+        info.reqPermissionStates.reserve(bundle.reqPermissions.size());
+        for (const auto& name : bundle.reqPermissions) {
+            int32_t state = PERMISSION_DENIED;
+            for (const auto& status : statuses) {
+                if (status.permissionName == name) {
+                    state = status.grantStatus;
+                    break;
+                }
+            }
+            info.reqPermissionStates.push_back(state);
+        }
+    }
+    return info;
+}
+
+ErrCode BundleManagerService::GetBundleInfoV9(const std::string& bundleName, int32_t flags, BundleInfo& bundleInfo,
+    int32_t userId)
+{
+    if (auto fault = OHOS::Host::FaultInjection::Take("BundleMgr::GetBundleInfoV9")) {
+        return *fault;
+    }
+    if (flags < 0) {
+        return ERR_BUNDLE_MANAGER_PARAM_ERROR;
+    }
+    std::optional<InstalledBundle> bundle;
+    {
+        std::shared_lock<std::shared_mutex> lock(mutex_);
+        if (users_.count(userId) == 0) {
+            return ERR_BUNDLE_MANAGER_INVALID_USER_ID;
+        }
+        const InstalledBundle* found = ResolveLocked(bundleName, userId);
+        if (found == nullptr) {
+            return ERR_BUNDLE_MANAGER_BUNDLE_NOT_EXIST;
+        }
+        bundle = *found;
+    }
+    bundleInfo = MakeBundleInfo(*bundle, flags);
+    return ERR_OK;
+}
+
+ErrCode BundleManagerService::GetBundleInfosV9(int32_t flags, std::vector<BundleInfo>& bundleInfos, int32_t userId)
+{
+    if (auto fault = OHOS::Host::FaultInjection::Take("BundleMgr::GetBundleInfosV9")) {
+        return *fault;
+    }
+    if (flags < 0) {
+        return ERR_BUNDLE_MANAGER_PARAM_ERROR;
+    }
+    std::vector<InstalledBundle> bundles;
+    {
+        std::shared_lock<std::shared_mutex> lock(mutex_);
+        if (users_.count(userId) == 0) {
+            return ERR_BUNDLE_MANAGER_INVALID_USER_ID;
+        }
+        // identities_ holds every bundle installed for some user, by name.
+        for (const auto& entry : identities_) {
+            if (const InstalledBundle* bundle = ResolveLocked(entry.first, userId)) {
+                bundles.push_back(*bundle);
+            }
+        }
+    }
+    bundleInfos.clear();
+    bundleInfos.reserve(bundles.size());
+    for (const auto& bundle : bundles) {
+        bundleInfos.push_back(MakeBundleInfo(bundle, flags));
+    }
+    return ERR_OK;
+}
+
+int BundleManagerService::GetUidByBundleName(const std::string& bundleName, const int userId)
+{
+    if (auto fault = OHOS::Host::FaultInjection::Take("BundleMgr::GetUidByBundleName")) {
+        return *fault;
+    }
+    std::shared_lock<std::shared_mutex> lock(mutex_);
+    if (users_.count(userId) == 0) {
+        return Constants::INVALID_UID;
+    }
+    const InstalledBundle* bundle = ResolveLocked(bundleName, userId);
+    return bundle == nullptr ? Constants::INVALID_UID : bundle->uid;
+}
+
+std::string BundleManagerService::GetAppIdByBundleName(const std::string& bundleName, const int userId)
+{
+    if (OHOS::Host::FaultInjection::Take("BundleMgr::GetAppIdByBundleName")) {
+        return std::string();
+    }
+    std::shared_lock<std::shared_mutex> lock(mutex_);
+    if (users_.count(userId) == 0) {
+        return std::string();
+    }
+    const InstalledBundle* bundle = ResolveLocked(bundleName, userId);
+    return bundle == nullptr ? std::string() : bundle->appId;
+}
+
+bool BundleManagerService::GetBundleNameForUid(const int uid, std::string& bundleName)
+{
+    const auto bundle = FindBundleByUid(uid);
+    if (!bundle.has_value()) {
+        return false;
+    }
+    bundleName = bundle->bundleName;
+    return true;
+}
+
+sptr<IAppControlMgr> BundleManagerService::GetAppControlProxy()
+{
+    if (OHOS::Host::FaultInjection::Take("BundleMgr::GetAppControlProxy")) {
+        return nullptr;
+    }
+    return iface_cast<IAppControlMgr>(AppControlService::GetInstance().AsObject());
+}
+
+int BundleManagerService::SendRequest(uint32_t /*code*/, MessageParcel& /*data*/, MessageParcel& /*reply*/,
+    MessageOption& /*option*/)
+{
+    return UNKNOWN_TRANSACTION;
+}
+
+sptr<IRemoteBroker> BundleManagerService::AsInterface()
+{
+    // An object that presents itself as a proxy has no local interface to offer.
+    return IsProxyObject() ? nullptr : sptr<IRemoteBroker>(static_cast<IBundleMgr*>(this));
+}
+
+sptr<IRemoteObject> BundleManagerService::AsObject()
+{
+    return sptr<IRemoteObject>(static_cast<IRemoteObject*>(this));
+}
+
+}  // namespace OHOS::AppExecFwk::Host
