@@ -1,9 +1,11 @@
 #include "policy/gtoken_policy_manager_service.h"
 
+#include <new>
 #include <string_view>
 #include <unordered_set>
 #include <utility>
 
+#include "bundle_mgr_proxy.h"
 #include "iservice_registry.h"
 #include "platform/base/data_root.h"
 #include "policy/rdb_store_callback.h"
@@ -252,6 +254,12 @@ sptr<AppExecFwk::IBundleMgr> GTokenPolicyManagerService::GetBundleMgr()
         return nullptr;
     }
     sptr<AppExecFwk::IBundleMgr> bundleMgr = iface_cast<AppExecFwk::IBundleMgr>(object);
+    if (bundleMgr == nullptr) {
+        // This process's broker registry may not hold the bundle manager's proxy creator (the
+        // platform helpers meet the same): the proxy is then made on the object directly.
+        QZ_LOGD("iface_cast bundleMgr gave nothing, making the proxy directly");
+        bundleMgr = new (std::nothrow) AppExecFwk::BundleMgrProxy(object);
+    }
     if (bundleMgr == nullptr) {
         QZ_LOGE("failed to get bundleMgrProxy");
         return nullptr;

@@ -92,7 +92,8 @@ private:
     bool SendBMS(const std::string& bundleName, int32_t policyValue);
     // The bundle's app id for the user; empty when the bundle manager or the bundle is missing.
     std::string GetAppId(const std::string& bundleName, int32_t userId);
-    // The bundle manager (ability 401) as an interface; null, with its error line, when missing.
+    // The bundle manager (ability 401) as an interface: what the broker registry makes of its
+    // object, else a BundleMgrProxy on it. Null, with its error line, when it is missing.
     sptr<AppExecFwk::IBundleMgr> GetBundleMgr();
     // App control, obtained on first use and kept; null when it cannot be had (tried again next time).
     sptr<AppExecFwk::IAppControlMgr> GetAppControlProxy();

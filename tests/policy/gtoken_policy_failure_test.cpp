@@ -149,20 +149,66 @@ TEST_F(GTokenPolicyFailureTest, AppIdFailuresStopTheAddBeforeAnythingIsWritten)
         EXPECT_EQ(capture.Count(LOG_ERROR, "failed to get appId by bundle name"), 1u);
         BundleManagerService::GetInstance().RegisterWithSamgr();
     }
-    // The manager's object is a proxy object for which no proxy is registered.
+    EXPECT_THAT(AppControlCalls(), IsEmpty());
+    EXPECT_EQ(TableRows(), before);
+}
+
+TEST_F(GTokenPolicyFailureTest, TheBundleManagerInAnotherProcessIsReachedThroughItsProxies)
+{
+    // The manager's object presents itself as a proxy object and this process has no creator for
+    // its proxy: the store makes the proxy itself, and app control comes through its own proxy.
+    const std::string appA = Install("com.a");
+    BundleManagerService::GetInstance().SetPresentedAsProxy(true);
     {
-        BundleManagerService::GetInstance().SetPresentedAsProxy(true);
         LogCapture capture;
-        EXPECT_FALSE(Service().AddPolicy({Info("com.a", {{MALICIOUS, 0}})}));
-        EXPECT_EQ(capture.Count(LOG_ERROR, "failed to get bundleMgrProxy"), 1u);
-        // With the platform's proxy registered the same object serves.
-        BundleManagerService::GetInstance().SetProxyCreatorRegistered(true);
-        EXPECT_TRUE(Service().AddPolicy({Info("com.a", {{MALICIOUS, 0}})}));
-        BundleManagerService::GetInstance().SetProxyCreatorRegistered(false);
-        BundleManagerService::GetInstance().SetPresentedAsProxy(false);
+        ASSERT_TRUE(Service().AddPolicy({Info("com.a", {{MALICIOUS, 1}})}));
+        EXPECT_EQ(capture.Count(LOG_ERROR, "failed to get bundleMgrProxy"), 0u);
     }
-    EXPECT_THAT(AppControlCalls(), ElementsAre("DELETE " + appA + "@100"));
-    EXPECT_EQ(TableRows().count("com.a/malicious-app=0 (fp-com.a,1)"), 1u);
+    BundleManagerService::GetInstance().SetProxyCreatorRegistered(true);
+    ASSERT_TRUE(Service().AddPolicy({Info("com.a", {{MALICIOUS, 0}})}));
+    EXPECT_THAT(AppControlCalls(),
+        ElementsAre("SET " + appA + "@100", "DELETE " + appA + "@100", "DELETE " + appA + "@100"));
+    EXPECT_THAT(DisposedApps(), IsEmpty());
+}
+
+// A bundle manager whose app control hands out no remote object (a broken or foreign one).
+class ObjectlessAppControl : public OHOS::AppExecFwk::IAppControlMgr {
+public:
+    ObjectlessAppControl() { ExtendObjectLifetime(); }
+    OHOS::ErrCode SetDisposedStatus(const std::string&, const OHOS::Want&, int32_t) override { return OHOS::ERR_OK; }
+    OHOS::ErrCode DeleteDisposedStatus(const std::string&, int32_t) override { return OHOS::ERR_OK; }
+    OHOS::ErrCode GetDisposedStatus(const std::string&, OHOS::Want&, int32_t) override { return OHOS::ERR_OK; }
+    OHOS::sptr<OHOS::IRemoteObject> AsObject() override { return nullptr; }
+};
+
+class BundleMgrWithObjectlessAppControl : public OHOS::IRemoteObject, public OHOS::AppExecFwk::IBundleMgr {
+public:
+    BundleMgrWithObjectlessAppControl() : OHOS::IRemoteObject(IBundleMgr::GetDescriptor()) { ExtendObjectLifetime(); }
+    int SendRequest(uint32_t, OHOS::MessageParcel&, OHOS::MessageParcel&, OHOS::MessageOption&) override { return 4; }
+    bool IsProxyObject() const override { return false; }
+    OHOS::sptr<OHOS::IRemoteBroker> AsInterface() override { return static_cast<IBundleMgr*>(this); }
+    OHOS::sptr<OHOS::IRemoteObject> AsObject() override { return static_cast<IRemoteObject*>(this); }
+    std::string GetAppIdByBundleName(const std::string& bundleName, const int) override { return bundleName + "_id"; }
+    OHOS::sptr<OHOS::AppExecFwk::IAppControlMgr> GetAppControlProxy() override { return &appControl_; }
+
+private:
+    ObjectlessAppControl appControl_;
+};
+
+TEST_F(GTokenPolicyFailureTest, AnAppControlWithoutARemoteObjectIsRefused)
+{
+    BundleMgrWithObjectlessAppControl bundleMgr;
+    auto samgr = OHOS::SystemAbilityManagerClient::GetInstance().GetSystemAbilityManager();
+    ASSERT_EQ(samgr->RemoveSystemAbility(OHOS::BUNDLE_MGR_SERVICE_SYS_ABILITY_ID), 0);
+    ASSERT_EQ(samgr->AddSystemAbility(OHOS::BUNDLE_MGR_SERVICE_SYS_ABILITY_ID, bundleMgr.AsObject()), 0);
+    LogCapture capture;
+    EXPECT_FALSE(Service().AddPolicy({Info("com.a", {{MALICIOUS, 1}})}));
+    EXPECT_EQ(capture.Count("get appId=com.a_id for bundleName=com.a"), 1u);
+    EXPECT_EQ(capture.Count(LOG_ERROR, "iface_cast failed."), 1u);
+    EXPECT_EQ(capture.Count(LOG_ERROR, "failed to send BMS message for bundleName=com.a"), 1u);
+    EXPECT_THAT(TableRows(), IsEmpty());
+    ASSERT_EQ(samgr->RemoveSystemAbility(OHOS::BUNDLE_MGR_SERVICE_SYS_ABILITY_ID), 0);
+    BundleManagerService::GetInstance().RegisterWithSamgr();
 }
 
 TEST_F(GTokenPolicyFailureTest, AppControlIsObtainedOnceAndAFailureToObtainItIsRetried)

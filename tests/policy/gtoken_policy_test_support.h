@@ -12,7 +12,6 @@
 
 #include "interfaces/gtoken_info.h"
 #include "interfaces/gtoken_result_with_ret.h"
-#include "platform/access_token/access_token_service.h"
 #include "platform/base/data_root.h"
 #include "platform/bundle/app_control_service.h"
 #include "platform/bundle/bundle_manager_service.h"
@@ -24,6 +23,7 @@
 #include "rdb_open_callback.h"
 #include "rdb_predicates.h"
 #include "rdb_store.h"
+#include "tests/support/device_reset.h"
 
 namespace AspTest {
 
@@ -76,13 +76,6 @@ protected:
         OHOS::Host::DataRoot::Set("");
         std::error_code error;
         std::filesystem::remove_all(root_, error);
-    }
-
-    static void ResetDevice()
-    {
-        OHOS::Host::FaultInjection::ClearAll();
-        OHOS::Security::AccessToken::Host::AccessTokenService::GetInstance().Reset();
-        BundleManagerService::GetInstance().Reset();
     }
 
     static GTokenPolicyManagerService& Service() { return GTokenPolicyManagerService::GetInstance(); }

@@ -132,6 +132,15 @@ TEST(GTokenRecordsParcelTest, TheLayoutIsTheDocumentedOne)
     ASSERT_NE(info, nullptr);
     EXPECT_EQ(*info, GTokenInfo("com.a", "fp", 9, {{"malicious-app", 1}, {"other", 5}}));
 
+    // The example of interfaces/WIRE_GTOKEN.md, byte for byte.
+    Parcel example;
+    ASSERT_TRUE(GTokenInfo("com.a", "fp", 9, {{"malicious-app", 1}}).Marshalling(example));
+    const std::vector<uint8_t> documented = {0x05, 0, 0, 0, 'c', 'o', 'm', '.', 'a', 0, 0, 0, 0x02, 0, 0, 0, 'f', 'p',
+        0, 0, 0x09, 0, 0, 0, 0x01, 0, 0, 0, 0x0d, 0, 0, 0, 'm', 'a', 'l', 'i', 'c', 'i', 'o', 'u', 's', '-', 'a', 'p',
+        'p', 0, 0, 0, 0x01, 0, 0, 0};
+    const auto* bytes = reinterpret_cast<const uint8_t*>(example.GetData());
+    EXPECT_EQ(std::vector<uint8_t>(bytes, bytes + example.GetDataSize()), documented);
+
     Parcel written;
     ASSERT_TRUE(GTokenResultWithRet(0, {{"com.a", "fp", 9, 1}}).Marshalling(written));
     EXPECT_EQ(written.ReadInt32(), 0);
