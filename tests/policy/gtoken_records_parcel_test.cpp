@@ -237,29 +237,5 @@ TEST(GTokenRecordsParcelTest, NegativeOrLyingCountsAreRefusedBeforeAnythingIsRes
     EXPECT_EQ(std::unique_ptr<GTokenResultWithRet>(GTokenResultWithRet::Unmarshalling(oneTooMany)), nullptr);
 }
 
-TEST(GTokenRecordsParcelTest, CopiesAreIndependentValues)
-{
-    GTokenInfo info = SampleInfo();
-    GTokenInfo copy = info;
-    copy.policies[0].policyValue = 0;
-    copy.bundleName = "other";
-    EXPECT_EQ(info, SampleInfo());
-    EXPECT_NE(copy, info);
-    std::vector<GTokenInfo> infos(3, info);
-    infos.push_back(std::move(copy));
-    EXPECT_EQ(infos[2], info);
-    EXPECT_EQ(infos[3].bundleName, "other");
-    GTokenResultWithRet answer = SampleAnswer();
-    GTokenResultWithRet assigned;
-    assigned = answer;
-    EXPECT_EQ(assigned, answer);
-    // A held copy under a strong reference goes when the reference does, the original stays.
-    {
-        OHOS::sptr<GTokenResultWithRet> held(new GTokenResultWithRet(answer));
-        EXPECT_EQ(held->GetSptrRefCount(), 1);
-    }
-    EXPECT_EQ(answer, SampleAnswer());
-}
-
 }  // namespace
 }  // namespace AspTest
