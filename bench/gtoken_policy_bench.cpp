@@ -160,13 +160,13 @@ void BM_SqliteBatchInsertFloor(benchmark::State& state)
         bool ok = true;
         for (const auto& info : infos) {
             for (const auto& policy : info.policies) {
-                sqlite3_bind_text(insert, 1, info.bundleName.c_str(), static_cast<int>(info.bundleName.size()),
-                    SQLITE_STATIC);
-                sqlite3_bind_text(insert, 2, info.fingerPrint.c_str(), static_cast<int>(info.fingerPrint.size()),
-                    SQLITE_STATIC);
+                sqlite3_bind_text(
+                    insert, 1, info.bundleName.c_str(), static_cast<int>(info.bundleName.size()), SQLITE_STATIC);
+                sqlite3_bind_text(
+                    insert, 2, info.fingerPrint.c_str(), static_cast<int>(info.fingerPrint.size()), SQLITE_STATIC);
                 sqlite3_bind_int(insert, 3, info.versionCode);
-                sqlite3_bind_text(insert, 4, policy.policyName.c_str(), static_cast<int>(policy.policyName.size()),
-                    SQLITE_STATIC);
+                sqlite3_bind_text(
+                    insert, 4, policy.policyName.c_str(), static_cast<int>(policy.policyName.size()), SQLITE_STATIC);
                 sqlite3_bind_int(insert, 5, policy.policyValue);
                 ok = ok && sqlite3_step(insert) == SQLITE_DONE;
                 sqlite3_reset(insert);

@@ -26,16 +26,28 @@ struct GTokenInfo : public Parcelable {
 
     GTokenInfo() = default;
     GTokenInfo(std::string bundle, std::string print, int32_t version, std::vector<GTokenPolicy> policyList)
-        : bundleName(std::move(bundle)), fingerPrint(std::move(print)), versionCode(version),
+        : bundleName(std::move(bundle)),
+          fingerPrint(std::move(print)),
+          versionCode(version),
           policies(std::move(policyList))
     {
     }
-    GTokenInfo(const GTokenInfo& other) : RefBase(), Parcelable(), bundleName(other.bundleName),
-        fingerPrint(other.fingerPrint), versionCode(other.versionCode), policies(other.policies)
+    GTokenInfo(const GTokenInfo& other)
+        : RefBase(),
+          Parcelable(),
+          bundleName(other.bundleName),
+          fingerPrint(other.fingerPrint),
+          versionCode(other.versionCode),
+          policies(other.policies)
     {
     }
-    GTokenInfo(GTokenInfo&& other) noexcept : RefBase(), Parcelable(), bundleName(std::move(other.bundleName)),
-        fingerPrint(std::move(other.fingerPrint)), versionCode(other.versionCode), policies(std::move(other.policies))
+    GTokenInfo(GTokenInfo&& other) noexcept
+        : RefBase(),
+          Parcelable(),
+          bundleName(std::move(other.bundleName)),
+          fingerPrint(std::move(other.fingerPrint)),
+          versionCode(other.versionCode),
+          policies(std::move(other.policies))
     {
     }
     GTokenInfo& operator=(const GTokenInfo& other);
@@ -44,8 +56,8 @@ struct GTokenInfo : public Parcelable {
 
     bool operator==(const GTokenInfo& other) const
     {
-        return bundleName == other.bundleName && fingerPrint == other.fingerPrint &&
-               versionCode == other.versionCode && policies == other.policies;
+        return bundleName == other.bundleName && fingerPrint == other.fingerPrint && versionCode == other.versionCode &&
+               policies == other.policies;
     }
     bool operator!=(const GTokenInfo& other) const { return !(*this == other); }
 

@@ -23,12 +23,12 @@ struct GTokenPolicy : public Parcelable {
     GTokenPolicy() = default;
     GTokenPolicy(std::string name, int32_t value) : policyName(std::move(name)), policyValue(value) {}
     // A copy is a new object with its own reference count, as a value record should be.
-    GTokenPolicy(const GTokenPolicy& other) : RefBase(), Parcelable(), policyName(other.policyName),
-        policyValue(other.policyValue)
+    GTokenPolicy(const GTokenPolicy& other)
+        : RefBase(), Parcelable(), policyName(other.policyName), policyValue(other.policyValue)
     {
     }
-    GTokenPolicy(GTokenPolicy&& other) noexcept : RefBase(), Parcelable(), policyName(std::move(other.policyName)),
-        policyValue(other.policyValue)
+    GTokenPolicy(GTokenPolicy&& other) noexcept
+        : RefBase(), Parcelable(), policyName(std::move(other.policyName)), policyValue(other.policyValue)
     {
     }
     GTokenPolicy& operator=(const GTokenPolicy& other);

@@ -28,12 +28,22 @@ struct GTokenResult : public Parcelable {
         : bundleName(std::move(bundle)), fingerPrint(std::move(print)), versionCode(version), policyValue(value)
     {
     }
-    GTokenResult(const GTokenResult& other) : RefBase(), Parcelable(), bundleName(other.bundleName),
-        fingerPrint(other.fingerPrint), versionCode(other.versionCode), policyValue(other.policyValue)
+    GTokenResult(const GTokenResult& other)
+        : RefBase(),
+          Parcelable(),
+          bundleName(other.bundleName),
+          fingerPrint(other.fingerPrint),
+          versionCode(other.versionCode),
+          policyValue(other.policyValue)
     {
     }
-    GTokenResult(GTokenResult&& other) noexcept : RefBase(), Parcelable(), bundleName(std::move(other.bundleName)),
-        fingerPrint(std::move(other.fingerPrint)), versionCode(other.versionCode), policyValue(other.policyValue)
+    GTokenResult(GTokenResult&& other) noexcept
+        : RefBase(),
+          Parcelable(),
+          bundleName(std::move(other.bundleName)),
+          fingerPrint(std::move(other.fingerPrint)),
+          versionCode(other.versionCode),
+          policyValue(other.policyValue)
     {
     }
     GTokenResult& operator=(const GTokenResult& other);
@@ -42,8 +52,8 @@ struct GTokenResult : public Parcelable {
 
     bool operator==(const GTokenResult& other) const
     {
-        return bundleName == other.bundleName && fingerPrint == other.fingerPrint &&
-               versionCode == other.versionCode && policyValue == other.policyValue;
+        return bundleName == other.bundleName && fingerPrint == other.fingerPrint && versionCode == other.versionCode &&
+               policyValue == other.policyValue;
     }
     bool operator!=(const GTokenResult& other) const { return !(*this == other); }
 

@@ -21,12 +21,12 @@ struct GTokenResultWithRet : public Parcelable {
 
     GTokenResultWithRet() = default;
     GTokenResultWithRet(int32_t code, std::vector<GTokenResult> rows) : ret(code), results(std::move(rows)) {}
-    GTokenResultWithRet(const GTokenResultWithRet& other) : RefBase(), Parcelable(), ret(other.ret),
-        results(other.results)
+    GTokenResultWithRet(const GTokenResultWithRet& other)
+        : RefBase(), Parcelable(), ret(other.ret), results(other.results)
     {
     }
-    GTokenResultWithRet(GTokenResultWithRet&& other) noexcept : RefBase(), Parcelable(), ret(other.ret),
-        results(std::move(other.results))
+    GTokenResultWithRet(GTokenResultWithRet&& other) noexcept
+        : RefBase(), Parcelable(), ret(other.ret), results(std::move(other.results))
     {
     }
     GTokenResultWithRet& operator=(const GTokenResultWithRet& other);

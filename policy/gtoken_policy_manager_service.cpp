@@ -148,8 +148,8 @@ bool GTokenPolicyManagerService::AddPolicy(const std::vector<GTokenInfo>& infos)
     return true;
 }
 
-bool GTokenPolicyManagerService::ReplaceRows(const std::vector<std::string>& bundleNames,
-    const std::vector<NativeRdb::ValuesBucket>& rows)
+bool GTokenPolicyManagerService::ReplaceRows(
+    const std::vector<std::string>& bundleNames, const std::vector<NativeRdb::ValuesBucket>& rows)
 {
     // One transaction, so that neither a failed insert nor a crash between the removal and the
     // insert leaves a bundle without its policies.
@@ -179,8 +179,8 @@ bool GTokenPolicyManagerService::ReplaceRows(const std::vector<std::string>& bun
     return true;
 }
 
-bool GTokenPolicyManagerService::ParseGTokenInfoAndSendBMS(const GTokenInfo& info,
-    std::vector<NativeRdb::ValuesBucket>& rows)
+bool GTokenPolicyManagerService::ParseGTokenInfoAndSendBMS(
+    const GTokenInfo& info, std::vector<NativeRdb::ValuesBucket>& rows)
 {
     for (const auto& policy : info.policies) {
         if (policy.policyName == MALICIOUS_APP_POLICY && !SendBMS(info.bundleName, policy.policyValue)) {
@@ -192,8 +192,8 @@ bool GTokenPolicyManagerService::ParseGTokenInfoAndSendBMS(const GTokenInfo& inf
     return true;
 }
 
-NativeRdb::ValuesBucket GTokenPolicyManagerService::CreateValues(const GTokenInfo& info,
-    const GTokenPolicy& policy) const
+NativeRdb::ValuesBucket GTokenPolicyManagerService::CreateValues(
+    const GTokenInfo& info, const GTokenPolicy& policy) const
 {
     QZ_LOGD("create values bundleName=%{public}s, policyName=%{public}s", info.bundleName.c_str(),
         policy.policyName.c_str());
@@ -300,8 +300,8 @@ sptr<AppExecFwk::IAppControlMgr> GTokenPolicyManagerService::GetAppControlProxy(
     return proxy;
 }
 
-GTokenResultWithRet GTokenPolicyManagerService::GetPolicy(std::string policyName,
-    const std::vector<std::string>& bundleNames)
+GTokenResultWithRet GTokenPolicyManagerService::GetPolicy(
+    std::string policyName, const std::vector<std::string>& bundleNames)
 {
     QZ_LOGD("start gtoken GetPolicy");
     GTokenResultWithRet answer;
@@ -343,8 +343,8 @@ GTokenResultWithRet GTokenPolicyManagerService::GetPolicy(std::string policyName
     return answer;
 }
 
-int GTokenPolicyManagerService::QueryPolicy(const std::string& policyName,
-    const std::vector<std::string>& bundleNames, std::vector<GTokenResult>& results)
+int GTokenPolicyManagerService::QueryPolicy(
+    const std::string& policyName, const std::vector<std::string>& bundleNames, std::vector<GTokenResult>& results)
 {
     NativeRdb::RdbPredicates predicates(dbTable_);
     predicates.EqualTo(COLUMN_POLICY_NAME, policyName);
@@ -368,8 +368,8 @@ int GTokenPolicyManagerService::QueryPolicy(const std::string& policyName,
     return ret;
 }
 
-int GTokenPolicyManagerService::GetResultSetTableInfo(const std::shared_ptr<NativeRdb::ResultSet>& resultSet,
-    TableInfo& tableInfo)
+int GTokenPolicyManagerService::GetResultSetTableInfo(
+    const std::shared_ptr<NativeRdb::ResultSet>& resultSet, TableInfo& tableInfo)
 {
     QZ_LOGD("start gtoken GetResultSetTableInfo");
     int ret = resultSet->GetRowCount(tableInfo.rowCount);

@@ -99,8 +99,8 @@ private:
     sptr<AppExecFwk::IAppControlMgr> GetAppControlProxy();
     // One query of the policy's rows for the bundles (every bundle for an empty list), appended
     // to `results`; E_OK or the failure's code.
-    int QueryPolicy(const std::string& policyName, const std::vector<std::string>& bundleNames,
-        std::vector<GTokenResult>& results);
+    int QueryPolicy(
+        const std::string& policyName, const std::vector<std::string>& bundleNames, std::vector<GTokenResult>& results);
     int GetResultSetTableInfo(const std::shared_ptr<NativeRdb::ResultSet>& resultSet, TableInfo& tableInfo);
     bool ParseGTokenResult(const std::shared_ptr<NativeRdb::ResultSet>& resultSet, const TableInfo& tableInfo,
         std::vector<GTokenResult>& results);

@@ -12,9 +12,9 @@
 namespace AspTest {
 namespace {
 
+using OHOS::HiviewDFX::Host::LogCapture;
 using OHOS::Host::FaultInjection;
 using OHOS::Host::ScopedFault;
-using OHOS::HiviewDFX::Host::LogCapture;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -30,8 +30,8 @@ TEST_F(GTokenPolicyFailureTest, WithoutAStoreEveryOperationAnswersTheOpensCodeAn
         ScopedFault fault("RdbHelper::GetRdbStore", OHOS::NativeRdb::E_SQLITE_CANTOPEN);
         LogCapture capture;
         Service().Init();
-        EXPECT_EQ(capture.Count(LOG_ERROR, "create rdb store error, code=" +
-                                               std::to_string(OHOS::NativeRdb::E_SQLITE_CANTOPEN)),
+        EXPECT_EQ(capture.Count(
+                      LOG_ERROR, "create rdb store error, code=" + std::to_string(OHOS::NativeRdb::E_SQLITE_CANTOPEN)),
             1u);
         EXPECT_EQ(capture.Count("end gtoken Init"), 1u);
     }
@@ -166,8 +166,8 @@ TEST_F(GTokenPolicyFailureTest, TheBundleManagerInAnotherProcessIsReachedThrough
     }
     BundleManagerService::GetInstance().SetProxyCreatorRegistered(true);
     ASSERT_TRUE(Service().AddPolicy({Info("com.a", {{MALICIOUS, 0}})}));
-    EXPECT_THAT(AppControlCalls(),
-        ElementsAre("SET " + appA + "@100", "DELETE " + appA + "@100", "DELETE " + appA + "@100"));
+    EXPECT_THAT(
+        AppControlCalls(), ElementsAre("SET " + appA + "@100", "DELETE " + appA + "@100", "DELETE " + appA + "@100"));
     EXPECT_THAT(DisposedApps(), IsEmpty());
 }
 
@@ -231,8 +231,8 @@ TEST_F(GTokenPolicyFailureTest, AppControlIsObtainedOnceAndAFailureToObtainItIsR
     // Never asked again: the armed fault is still there to take.
     EXPECT_EQ(FaultInjection::Take("BundleMgr::GetAppControlProxy"), INJECTED);
     FaultInjection::Clear("BundleMgr::GetAppControlProxy");
-    EXPECT_THAT(AppControlCalls(),
-        ElementsAre("SET " + appA + "@100", "DELETE " + appA + "@100", "DELETE " + appA + "@100"));
+    EXPECT_THAT(
+        AppControlCalls(), ElementsAre("SET " + appA + "@100", "DELETE " + appA + "@100", "DELETE " + appA + "@100"));
 }
 
 // A trigger that a second connection puts on the table makes SQLite refuse the insert of one
@@ -279,8 +279,8 @@ TEST_F(GTokenPolicyFailureTest, AFailedInsertLeavesEveryBundleWithItsOldRows)
     {
         LogCapture capture;
         EXPECT_FALSE(Service().AddPolicy({Info("com.b", {{"p", 5}, {"p", 6}})}));
-        EXPECT_EQ(capture.Count(LOG_ERROR,
-                      "fail to Insert, ret=" + std::to_string(OHOS::NativeRdb::E_SQLITE_CONSTRAINT)),
+        EXPECT_EQ(
+            capture.Count(LOG_ERROR, "fail to Insert, ret=" + std::to_string(OHOS::NativeRdb::E_SQLITE_CONSTRAINT)),
             1u);
     }
     EXPECT_EQ(TableRows(), before);

@@ -47,9 +47,8 @@ TEST_F(GTokenPolicyStoreTest, InitCreatesTheTableInAWalFileUnderTheDataRootAndRe
     {
         LogCapture capture;
         Service().Init();
-        EXPECT_THAT(StoreLines(capture),
-            ElementsAre("GTokenPolicyManagerService Init called", "start gtoken CreateTable", "end gtoken CreateTable",
-                "end gtoken Init"));
+        EXPECT_THAT(StoreLines(capture), ElementsAre("GTokenPolicyManagerService Init called",
+                                             "start gtoken CreateTable", "end gtoken CreateTable", "end gtoken Init"));
     }
     // A new file runs the creation statement through the callback.
     Service().ResetForTest();
@@ -57,9 +56,9 @@ TEST_F(GTokenPolicyStoreTest, InitCreatesTheTableInAWalFileUnderTheDataRootAndRe
     {
         LogCapture capture;
         Service().Init();
-        EXPECT_THAT(StoreLines(capture),
-            ElementsAre("GTokenPolicyManagerService Init called", "start gtoken CreateTable", "end gtoken CreateTable",
-                "RdbStoreCallback::OnCreate", "end gtoken Init"));
+        EXPECT_THAT(
+            StoreLines(capture), ElementsAre("GTokenPolicyManagerService Init called", "start gtoken CreateTable",
+                                     "end gtoken CreateTable", "RdbStoreCallback::OnCreate", "end gtoken Init"));
     }
     EXPECT_TRUE(std::filesystem::exists(root_ + "/second" + DEVICE_DB_PATH));
     EXPECT_TRUE(Service().AddPolicy({Info("com.a", {{"p", 1}})}));
@@ -77,13 +76,11 @@ TEST_F(GTokenPolicyStoreTest, AddingReplacesTheWholePolicySetOfEachBundleAndLeav
         Info("com.a", {{"p1", 5}, {"p2", 7}}, 1, "fa1"),
         Info("com.b", {{"p1", 3}}, 4, "fb"),
     }));
-    EXPECT_EQ(TableRows(),
-        (std::set<std::string>{"com.a/p1=5 (fa1,1)", "com.a/p2=7 (fa1,1)", "com.b/p1=3 (fb,4)"}));
+    EXPECT_EQ(TableRows(), (std::set<std::string>{"com.a/p1=5 (fa1,1)", "com.a/p2=7 (fa1,1)", "com.b/p1=3 (fb,4)"}));
 
     // com.a's new set has no p1: the old p1 row goes, p2 takes the new value and the new print.
     ASSERT_TRUE(Service().AddPolicy({Info("com.a", {{"p2", 9}, {"p3", 0}}, 2, "fa2")}));
-    EXPECT_EQ(TableRows(),
-        (std::set<std::string>{"com.a/p2=9 (fa2,2)", "com.a/p3=0 (fa2,2)", "com.b/p1=3 (fb,4)"}));
+    EXPECT_EQ(TableRows(), (std::set<std::string>{"com.a/p2=9 (fa2,2)", "com.a/p3=0 (fa2,2)", "com.b/p1=3 (fb,4)"}));
 
     auto p2 = Service().GetPolicy("p2", {"com.a"});
     ASSERT_EQ(p2.ret, 0);
@@ -256,16 +253,15 @@ TEST_F(GTokenPolicyStoreTest, TheMainPathsLogTheirLinesWordForWord)
         ASSERT_TRUE(Service().AddPolicy({Info("com.a", {})}));
         EXPECT_THAT(StoreLines(capture),
             ElementsAre("start gtoken GetPolicy", "bundleNamesSize=1", "start gtoken GetResultSetTableInfo",
-                "end gtoken GetResultSetTableInfo", "end gtoken GetPolicy", "get appId=" + appA + " for bundleName=com.a",
-                "DeleteDisposedStatus for bundle=com.a", "end gtoken RemovePolicy", "insertedRows=0",
-                "end gtoken AddPolicy"));
+                "end gtoken GetResultSetTableInfo", "end gtoken GetPolicy",
+                "get appId=" + appA + " for bundleName=com.a", "DeleteDisposedStatus for bundle=com.a",
+                "end gtoken RemovePolicy", "insertedRows=0", "end gtoken AddPolicy"));
     }
     {
         LogCapture capture;
         Service().GetPolicy("other", {});
-        EXPECT_THAT(StoreLines(capture),
-            ElementsAre("start gtoken GetPolicy", "start gtoken GetResultSetTableInfo",
-                "end gtoken GetResultSetTableInfo", "end gtoken GetPolicy"));
+        EXPECT_THAT(StoreLines(capture), ElementsAre("start gtoken GetPolicy", "start gtoken GetResultSetTableInfo",
+                                             "end gtoken GetResultSetTableInfo", "end gtoken GetPolicy"));
     }
     {
         // Info level keeps the state changes and final results only.
@@ -320,8 +316,8 @@ TEST_F(GTokenPolicyStoreTest, ConcurrentAddsGetsAndRemovesKeepEveryBundleWhole)
             const std::string bundle = "com.thread" + std::to_string(t);
             for (int round = 0; round < ROUNDS; ++round) {
                 // Every thread also races for the app-control proxy and the shared bundle's status.
-                bool ok = service.AddPolicy({Info(bundle, {{"p", round}, {"q", round}}),
-                    Info("com.shared", {{MALICIOUS, round % 2}})});
+                bool ok = service.AddPolicy(
+                    {Info(bundle, {{"p", round}, {"q", round}}), Info("com.shared", {{MALICIOUS, round % 2}})});
                 auto answer = service.GetPolicy("q", {bundle});
                 ok = ok && answer.ret == 0 && answer.results.size() == 1 && answer.results[0].policyValue == round;
                 if (round % 5 == 4) {

@@ -27,14 +27,14 @@
 
 namespace AspTest {
 
+using OHOS::AppExecFwk::Host::AppControlService;
+using OHOS::AppExecFwk::Host::BundleManagerService;
+using OHOS::AppExecFwk::Host::DisposedStatusCall;
 using OHOS::AppSecurityPrivacy::SecurityPrivacyServer::GTokenInfo;
 using OHOS::AppSecurityPrivacy::SecurityPrivacyServer::GTokenPolicy;
 using OHOS::AppSecurityPrivacy::SecurityPrivacyServer::GTokenPolicyManagerService;
 using OHOS::AppSecurityPrivacy::SecurityPrivacyServer::GTokenResult;
 using OHOS::AppSecurityPrivacy::SecurityPrivacyServer::GTokenResultWithRet;
-using OHOS::AppExecFwk::Host::AppControlService;
-using OHOS::AppExecFwk::Host::BundleManagerService;
-using OHOS::AppExecFwk::Host::DisposedStatusCall;
 
 inline const std::string MALICIOUS = "malicious-app";
 inline const std::string DEVICE_DB_PATH = "/data/service/el1/public/database/gtoken_policy/gtoken_policy.db";
@@ -42,8 +42,8 @@ inline const std::string DEVICE_DB_PATH = "/data/service/el1/public/database/gto
 // One app-control call as the tests compare them: "SET <appId>@<user>" or "DELETE <appId>@<user>".
 inline std::string CallText(const DisposedStatusCall& call)
 {
-    return std::string(call.operation == DisposedStatusCall::Operation::SET ? "SET " : "DELETE ") + call.appId +
-           "@" + std::to_string(call.userId);
+    return std::string(call.operation == DisposedStatusCall::Operation::SET ? "SET " : "DELETE ") + call.appId + "@" +
+           std::to_string(call.userId);
 }
 
 // A second connection on a store file, as another process (or the service after a restart) sees it.
