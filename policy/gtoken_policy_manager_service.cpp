@@ -126,8 +126,8 @@ bool GTokenPolicyManagerService::AddPolicy(const std::vector<GTokenInfo>& infos)
         bundleNames.push_back(info.bundleName);
     }
     // The new values went out first; now the bundles that the old rows had disposed are lifted.
-    // The lift follows even when the new value is 1 again: that order is the bundle manager's
-    // contract with this store, not an accident.
+    // The lift follows even when the new value is 1 again, so such a bundle ends up not disposed
+    // although its new row says 1: this order is kept on purpose.
     if (!bundleNames.empty()) {
         const GTokenResultWithRet old = GetPolicy(MALICIOUS_APP_POLICY, bundleNames);
         if (old.ret != NativeRdb::E_OK) {
@@ -319,17 +319,17 @@ GTokenResultWithRet GTokenPolicyManagerService::GetPolicy(
         ret = QueryPolicy(policyName, bundleNames, answer.results);
     } else {
         // Each name is a bound argument of the query, and SQLite takes only so many in one
-        // statement: a long list is asked for in parts, each name once, as one IN list would.
+        // statement: a long list is asked for in slices, each name once, as one IN list would.
         std::unordered_set<std::string_view> seen;
-        std::vector<std::string> part;
-        part.reserve(MAX_BUNDLES_PER_QUERY);
+        std::vector<std::string> slice;
+        slice.reserve(MAX_BUNDLES_PER_QUERY);
         for (size_t i = 0; ret == NativeRdb::E_OK && i < bundleNames.size(); ++i) {
             if (seen.insert(bundleNames[i]).second) {
-                part.push_back(bundleNames[i]);
+                slice.push_back(bundleNames[i]);
             }
-            if (part.size() == MAX_BUNDLES_PER_QUERY || (i + 1 == bundleNames.size() && !part.empty())) {
-                ret = QueryPolicy(policyName, part, answer.results);
-                part.clear();
+            if (slice.size() == MAX_BUNDLES_PER_QUERY || (i + 1 == bundleNames.size() && !slice.empty())) {
+                ret = QueryPolicy(policyName, slice, answer.results);
+                slice.clear();
             }
         }
     }

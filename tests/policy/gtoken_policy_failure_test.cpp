@@ -62,7 +62,7 @@ TEST_F(GTokenPolicyFailureTest, WithoutAStoreEveryOperationAnswersTheOpensCodeAn
     EXPECT_THAT(reopened.results, IsEmpty());
 }
 
-TEST_F(GTokenPolicyFailureTest, AnAppControlFailurePartWayLeavesSentStatusesSentAndTheTableUntouched)
+TEST_F(GTokenPolicyFailureTest, AnAppControlFailureMidWayLeavesSentStatusesSentAndTheTableUntouched)
 {
     const std::string appA = Install("com.a");
     const std::string appB = Install("com.b");

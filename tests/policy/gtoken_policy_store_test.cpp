@@ -141,7 +141,7 @@ TEST_F(GTokenPolicyStoreTest, LongBundleListsAreAnsweredWholeEachRowOnce)
     }
     ASSERT_TRUE(Service().AddPolicy(infos));
     ASSERT_TRUE(Service().AddPolicy(infos));
-    // Repeats far apart and names without rows are part of the list too.
+    // Repeats far apart and names without rows are in the list too.
     names.push_back("com.many0");
     names.push_back("com.none");
     names.insert(names.begin(), "com.many1999");
