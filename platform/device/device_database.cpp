@@ -85,8 +85,8 @@ constexpr const char* UPSERT_PARAMETER = "INSERT OR REPLACE INTO parameters(key,
 
 int64_t NowMs()
 {
-    return std::chrono::duration_cast<std::chrono::milliseconds>(
-        std::chrono::system_clock::now().time_since_epoch()).count();
+    return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::system_clock::now().time_since_epoch())
+        .count();
 }
 
 // SQLITE_OK for a statement that ran to its end.
@@ -133,8 +133,8 @@ int WriteToken(DeviceSqlite& db, const TokenRecord& token, DeviceSqlite::Stateme
 int DeleteToken(DeviceSqlite& db, AccessTokenID tokenId)
 {
     int code = SQLITE_OK;
-    for (const char* sql : {"DELETE FROM tokens WHERE token_id = ?1", "DELETE FROM token_permissions WHERE token_id = ?1",
-             "DELETE FROM usage_records WHERE token_id = ?1"}) {
+    for (const char* sql : {"DELETE FROM tokens WHERE token_id = ?1",
+             "DELETE FROM token_permissions WHERE token_id = ?1", "DELETE FROM usage_records WHERE token_id = ?1"}) {
         if (code == SQLITE_OK) {
             code = Run(db, sql, [tokenId](DeviceSqlite::Statement& s) { s.Bind(1, static_cast<int64_t>(tokenId)); });
         }
@@ -183,8 +183,8 @@ int WriteParameter(DeviceSqlite& db, const std::string& key, const std::string& 
 int WriteSnapshot(DeviceSqlite& db, const DeviceSnapshot& snapshot)
 {
     int code = SQLITE_OK;
-    for (const char* table : {"users", "tokens", "token_permissions", "bundles", "disposed_statuses", "usage_records",
-             "parameters"}) {
+    for (const char* table :
+        {"users", "tokens", "token_permissions", "bundles", "disposed_statuses", "usage_records", "parameters"}) {
         if (code == SQLITE_OK) {
             code = db.Exec(std::string("DELETE FROM ") + table);
         }
@@ -334,8 +334,7 @@ DeviceResult ReadSnapshot(DeviceSqlite& db, DeviceSnapshot& snapshot)
                 bundle.vendor = s.Text(10);
                 bundle.installTime = s.Int(11);
                 bundle.tokenId = static_cast<AccessTokenID>(s.Int(12));
-                bundle.fullTokenId =
-                    bundle.tokenId | (bundle.isSystemApp ? Security::AccessToken::SYSTEM_APP_MASK : 0);
+                bundle.fullTokenId = bundle.tokenId | (bundle.isSystemApp ? Security::AccessToken::SYSTEM_APP_MASK : 0);
                 snapshot.bundles.push_back(std::move(bundle));
                 return true;
             });
@@ -475,9 +474,8 @@ struct DeviceDatabase::Link {
 
     void OnParameter(const std::string& key, const std::string& value)
     {
-        WriteThrough("parameter " + key, [&key, &value](DeviceSqlite& db) {
-            return WriteParameter(db, key, system::GetParameter(key, value));
-        });
+        WriteThrough("parameter " + key,
+            [&key, &value](DeviceSqlite& db) { return WriteParameter(db, key, system::GetParameter(key, value)); });
     }
 };
 
@@ -502,12 +500,13 @@ DeviceResult DeviceDatabase::Open(const std::string& path, const Provisioner& pr
     restored_ = false;
 
     DeviceResult result = OpenFile(path);
-    int code = SQLITE_OK;
     bool holdsDevice = false;
     if (result.Ok()) {
-        link_->db.QueryText(std::string("SELECT value FROM meta WHERE key = '") + PROVISIONED_KEY + "'", code);
-        holdsDevice = code == SQLITE_OK;
-        if (code != SQLITE_OK && code != SQLITE_NOTFOUND) {
+        DeviceSqlite::Statement marker = link_->db.Prepare("SELECT value FROM meta WHERE key = ?1");
+        marker.Bind(1, std::string(PROVISIONED_KEY));
+        const int step = marker.Step();
+        holdsDevice = step == SQLITE_ROW;
+        if (step != SQLITE_ROW && step != SQLITE_DONE) {
             result = ReadFailure(link_->db, "meta");
         }
     }
@@ -548,8 +547,8 @@ DeviceResult DeviceDatabase::OpenFile(const std::string& path)
     if (!parent.empty()) {
         std::filesystem::create_directories(parent, error);
         if (error) {
-            return DeviceResult::Fail(DeviceError::CANNOT_OPEN,
-                "cannot create the directory " + parent.string() + ": " + error.message());
+            return DeviceResult::Fail(
+                DeviceError::CANNOT_OPEN, "cannot create the directory " + parent.string() + ": " + error.message());
         }
     }
     DeviceSqlite& db = link_->db;
@@ -575,18 +574,19 @@ DeviceResult DeviceDatabase::OpenFile(const std::string& path)
         return DeviceResult::Fail(DeviceError::FOREIGN_DATABASE, path + " is an SQLite database of another program");
     }
     if (!fresh && version > SCHEMA_VERSION) {
-        return DeviceResult::Fail(DeviceError::NEWER_SCHEMA,
-            path + " has layout version " + std::to_string(version) + ", this host knows up to " +
-                std::to_string(SCHEMA_VERSION));
+        return DeviceResult::Fail(DeviceError::NEWER_SCHEMA, path + " has layout version " + std::to_string(version) +
+                                                                 ", this host knows up to " +
+                                                                 std::to_string(SCHEMA_VERSION));
     }
     if (db.QueryText("PRAGMA journal_mode=WAL", code) != "wal" || db.Exec("PRAGMA synchronous=NORMAL") != SQLITE_OK) {
-        return DeviceResult::Fail(DeviceError::CANNOT_OPEN, path + ": cannot use a write-ahead log: " + db.LastMessage());
+        return DeviceResult::Fail(
+            DeviceError::CANNOT_OPEN, path + ": cannot use a write-ahead log: " + db.LastMessage());
     }
     if (!fresh) {
         const std::string check = db.QueryText("PRAGMA quick_check", code);
         if (code != SQLITE_OK || check != "ok") {
-            return DeviceResult::Fail(DeviceError::NOT_A_DATABASE,
-                path + " is damaged: " + (code == SQLITE_OK ? check : db.LastMessage()));
+            return DeviceResult::Fail(
+                DeviceError::NOT_A_DATABASE, path + " is damaged: " + (code == SQLITE_OK ? check : db.LastMessage()));
         }
         const int64_t known = db.QueryInt(
             "SELECT count(*) FROM sqlite_master WHERE type = 'table' AND name IN "

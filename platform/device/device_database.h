@@ -19,7 +19,8 @@
  * deleted; Reset of a service is not observed; the records of one AddRecords call are committed
  * one by one.
  *
- * Thread-safe; a write-through runs on the thread that changed the service.
+ * Write-throughs run on the threads that change the services, serialised by the database. Open,
+ * Provision and Close belong to one thread (the host's start and stop).
  */
 #ifndef PLATFORM_DEVICE_DEVICE_DATABASE_H
 #define PLATFORM_DEVICE_DEVICE_DATABASE_H

@@ -10,14 +10,14 @@ constexpr unsigned int DEVICE_LOG_DOMAIN = 0xD005A10;
 constexpr const char* DEVICE_LOG_TAG = "DeviceState";
 }  // namespace OHOS::Host
 
-#define DEVICE_LOGI(fmt, ...)                                                                                \
-    ((void)HiLogPrint(LOG_CORE, LOG_INFO, OHOS::Host::DEVICE_LOG_DOMAIN, OHOS::Host::DEVICE_LOG_TAG,        \
+#define DEVICE_LOGI(fmt, ...)                                                                        \
+    ((void)HiLogPrint(LOG_CORE, LOG_INFO, OHOS::Host::DEVICE_LOG_DOMAIN, OHOS::Host::DEVICE_LOG_TAG, \
         "%{public}s: " fmt, __func__, ##__VA_ARGS__))
-#define DEVICE_LOGW(fmt, ...)                                                                                \
-    ((void)HiLogPrint(LOG_CORE, LOG_WARN, OHOS::Host::DEVICE_LOG_DOMAIN, OHOS::Host::DEVICE_LOG_TAG,        \
+#define DEVICE_LOGW(fmt, ...)                                                                        \
+    ((void)HiLogPrint(LOG_CORE, LOG_WARN, OHOS::Host::DEVICE_LOG_DOMAIN, OHOS::Host::DEVICE_LOG_TAG, \
         "%{public}s: " fmt, __func__, ##__VA_ARGS__))
-#define DEVICE_LOGE(fmt, ...)                                                                                \
-    ((void)HiLogPrint(LOG_CORE, LOG_ERROR, OHOS::Host::DEVICE_LOG_DOMAIN, OHOS::Host::DEVICE_LOG_TAG,       \
+#define DEVICE_LOGE(fmt, ...)                                                                         \
+    ((void)HiLogPrint(LOG_CORE, LOG_ERROR, OHOS::Host::DEVICE_LOG_DOMAIN, OHOS::Host::DEVICE_LOG_TAG, \
         "%{public}s: " fmt, __func__, ##__VA_ARGS__))
 
 #endif  // PLATFORM_DEVICE_DEVICE_LOG_H

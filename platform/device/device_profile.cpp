@@ -73,10 +73,7 @@ public:
     {
         return path.empty() ? std::string(key) : path + "." + key;
     }
-    static std::string Item(const std::string& path, size_t index)
-    {
-        return path + "[" + std::to_string(index) + "]";
-    }
+    static std::string Item(const std::string& path, size_t index) { return path + "[" + std::to_string(index) + "]"; }
 
     bool Object(const json& value, const std::string& path, std::initializer_list<const char*> known)
     {
@@ -204,21 +201,20 @@ bool ReadParameters(ProfileReader& reader, const json& root, std::map<std::strin
     });
 }
 
-bool ReadNative(ProfileReader& reader, const json& value, const std::string& path,
-    DeviceProfile::NativeProcess& native)
+bool ReadNative(ProfileReader& reader, const json& value, const std::string& path, DeviceProfile::NativeProcess& native)
 {
     if (!reader.Object(value, path, {"process_name", "uid", "token_type", "permissions"})) {
         return false;
     }
     uint64_t uid = 0;
     std::string type = "native";
-    bool ok = reader.Required(value, path, "process_name",
-                  [&](const json& v, const std::string& p) { return reader.String(v, p, native.processName); }) &&
-              reader.Required(value, path, "uid", [&](const json& v, const std::string& p) {
-                  return reader.Unsigned(v, p, std::numeric_limits<int32_t>::max(), uid);
-              }) &&
-              reader.Optional(value, path, "token_type",
-                  [&](const json& v, const std::string& p) { return reader.String(v, p, type); });
+    bool ok = reader.Required(value, path, "process_name", [&](const json& v, const std::string& p) {
+        return reader.String(v, p, native.processName);
+    }) && reader.Required(value, path, "uid", [&](const json& v, const std::string& p) {
+        return reader.Unsigned(v, p, std::numeric_limits<int32_t>::max(), uid);
+    }) && reader.Optional(value, path, "token_type", [&](const json& v, const std::string& p) {
+        return reader.String(v, p, type);
+    });
     if (!ok) {
         return false;
     }
@@ -250,13 +246,13 @@ bool ReadPermission(ProfileReader& reader, const json& value, const std::string&
     }
     std::string state = "denied";
     uint64_t flags = 0;
-    bool ok = reader.Required(value, path, "name",
-                  [&](const json& v, const std::string& p) { return reader.String(v, p, permission.permissionName); }) &&
-              reader.Required(value, path, "state",
-                  [&](const json& v, const std::string& p) { return reader.String(v, p, state); }) &&
-              reader.Optional(value, path, "flags", [&](const json& v, const std::string& p) {
-                  return reader.Unsigned(v, p, std::numeric_limits<uint32_t>::max(), flags);
-              });
+    bool ok = reader.Required(value, path, "name", [&](const json& v, const std::string& p) {
+        return reader.String(v, p, permission.permissionName);
+    }) && reader.Required(value, path, "state", [&](const json& v, const std::string& p) {
+        return reader.String(v, p, state);
+    }) && reader.Optional(value, path, "flags", [&](const json& v, const std::string& p) {
+        return reader.Unsigned(v, p, std::numeric_limits<uint32_t>::max(), flags);
+    });
     if (!ok) {
         return false;
     }
@@ -282,7 +278,8 @@ bool ReadBundle(ProfileReader& reader, const json& value, const std::string& pat
     uint64_t apiVersion = static_cast<uint64_t>(bundle.apiVersion);
     uint64_t versionCode = bundle.versionCode;
     const auto text = [&reader](std::string& out, bool nonEmpty) {
-        return [&reader, &out, nonEmpty](const json& v, const std::string& p) { return reader.String(v, p, out, nonEmpty); };
+        return [&reader, &out, nonEmpty](
+                   const json& v, const std::string& p) { return reader.String(v, p, out, nonEmpty); };
     };
     bool ok = reader.Required(value, path, "name", text(bundle.name, true)) &&
               reader.Required(value, path, "users",
@@ -346,8 +343,8 @@ bool ReadBundle(ProfileReader& reader, const json& value, const std::string& pat
     return ok;
 }
 
-bool ReadPattern(ProfileReader& reader, const json& value, const std::string& path,
-    DeviceProfile::UsagePattern& pattern)
+bool ReadPattern(
+    ProfileReader& reader, const json& value, const std::string& path, DeviceProfile::UsagePattern& pattern)
 {
     if (!reader.Object(value, path,
             {"bundle", "user", "permission", "records_per_day", "days_back", "hours", "foreground_ratio",
@@ -359,54 +356,46 @@ bool ReadPattern(ProfileReader& reader, const json& value, const std::string& pa
     uint64_t count = pattern.count;
     uint64_t duration = 0;
     std::string type = "normal";
-    bool ok = reader.Required(value, path, "bundle",
-                  [&](const json& v, const std::string& p) { return reader.String(v, p, pattern.bundle); }) &&
-              reader.Required(value, path, "user",
-                  [&](const json& v, const std::string& p) { return reader.UserId(v, p, pattern.user); }) &&
-              reader.Required(value, path, "permission",
-                  [&](const json& v, const std::string& p) { return reader.String(v, p, pattern.permission); }) &&
-              reader.Required(value, path, "records_per_day",
-                  [&](const json& v, const std::string& p) {
-                      return reader.Unsigned(v, p, MAX_RECORDS_PER_DAY, perDay) &&
-                             (perDay > 0 || reader.Fail(p, "expected at least 1"));
-                  }) &&
-              reader.Required(value, path, "days_back",
-                  [&](const json& v, const std::string& p) {
-                      return reader.Unsigned(v, p, MAX_DAYS_BACK, days) && (days > 0 || reader.Fail(p, "expected at least 1"));
-                  }) &&
-              reader.Optional(value, path, "hours",
-                  [&](const json& v, const std::string& p) {
-                      uint64_t first = 0;
-                      uint64_t last = 0;
-                      if (!v.is_array() || v.size() != 2) {
-                          return reader.Fail(p, "expected [first hour, last hour]");
-                      }
-                      if (!reader.Unsigned(v[0], ProfileReader::Item(p, 0), 23, first) ||
-                          !reader.Unsigned(v[1], ProfileReader::Item(p, 1), 23, last)) {
-                          return false;
-                      }
-                      if (first > last) {
-                          return reader.Fail(p, "the first hour is after the last");
-                      }
-                      pattern.firstHour = static_cast<uint32_t>(first);
-                      pattern.lastHour = static_cast<uint32_t>(last);
-                      return true;
-                  }) &&
-              reader.Optional(value, path, "foreground_ratio",
-                  [&](const json& v, const std::string& p) { return reader.Ratio(v, p, pattern.foregroundRatio); }) &&
-              reader.Optional(value, path, "locked_ratio",
-                  [&](const json& v, const std::string& p) { return reader.Ratio(v, p, pattern.lockedRatio); }) &&
-              reader.Optional(value, path, "used_type",
-                  [&](const json& v, const std::string& p) { return reader.String(v, p, type); }) &&
-              reader.Optional(value, path, "fail_ratio",
-                  [&](const json& v, const std::string& p) { return reader.Ratio(v, p, pattern.failRatio); }) &&
-              reader.Optional(value, path, "count",
-                  [&](const json& v, const std::string& p) {
-                      return reader.Unsigned(v, p, MAX_COUNT, count) && (count > 0 || reader.Fail(p, "expected at least 1"));
-                  }) &&
-              reader.Optional(value, path, "duration_ms", [&](const json& v, const std::string& p) {
-                  return reader.Unsigned(v, p, static_cast<uint64_t>(DAY_MS), duration);
-              });
+    bool ok = reader.Required(value, path, "bundle", [&](const json& v, const std::string& p) {
+        return reader.String(v, p, pattern.bundle);
+    }) && reader.Required(value, path, "user", [&](const json& v, const std::string& p) {
+        return reader.UserId(v, p, pattern.user);
+    }) && reader.Required(value, path, "permission", [&](const json& v, const std::string& p) {
+        return reader.String(v, p, pattern.permission);
+    }) && reader.Required(value, path, "records_per_day", [&](const json& v, const std::string& p) {
+        return reader.Unsigned(v, p, MAX_RECORDS_PER_DAY, perDay) &&
+               (perDay > 0 || reader.Fail(p, "expected at least 1"));
+    }) && reader.Required(value, path, "days_back", [&](const json& v, const std::string& p) {
+        return reader.Unsigned(v, p, MAX_DAYS_BACK, days) && (days > 0 || reader.Fail(p, "expected at least 1"));
+    }) && reader.Optional(value, path, "hours", [&](const json& v, const std::string& p) {
+        uint64_t first = 0;
+        uint64_t last = 0;
+        if (!v.is_array() || v.size() != 2) {
+            return reader.Fail(p, "expected [first hour, last hour]");
+        }
+        if (!reader.Unsigned(v[0], ProfileReader::Item(p, 0), 23, first) ||
+            !reader.Unsigned(v[1], ProfileReader::Item(p, 1), 23, last)) {
+            return false;
+        }
+        if (first > last) {
+            return reader.Fail(p, "the first hour is after the last");
+        }
+        pattern.firstHour = static_cast<uint32_t>(first);
+        pattern.lastHour = static_cast<uint32_t>(last);
+        return true;
+    }) && reader.Optional(value, path, "foreground_ratio", [&](const json& v, const std::string& p) {
+        return reader.Ratio(v, p, pattern.foregroundRatio);
+    }) && reader.Optional(value, path, "locked_ratio", [&](const json& v, const std::string& p) {
+        return reader.Ratio(v, p, pattern.lockedRatio);
+    }) && reader.Optional(value, path, "used_type", [&](const json& v, const std::string& p) {
+        return reader.String(v, p, type);
+    }) && reader.Optional(value, path, "fail_ratio", [&](const json& v, const std::string& p) {
+        return reader.Ratio(v, p, pattern.failRatio);
+    }) && reader.Optional(value, path, "count", [&](const json& v, const std::string& p) {
+        return reader.Unsigned(v, p, MAX_COUNT, count) && (count > 0 || reader.Fail(p, "expected at least 1"));
+    }) && reader.Optional(value, path, "duration_ms", [&](const json& v, const std::string& p) {
+        return reader.Unsigned(v, p, static_cast<uint64_t>(DAY_MS), duration);
+    });
     if (!ok) {
         return false;
     }
@@ -417,8 +406,8 @@ bool ReadPattern(ProfileReader& reader, const json& value, const std::string& pa
     } else if (type == "security_component") {
         pattern.type = Security::AccessToken::SECURITY_COMPONENT_TYPE;
     } else {
-        return reader.Fail(ProfileReader::Member(path, "used_type"),
-            "expected \"normal\", \"picker\" or \"security_component\"");
+        return reader.Fail(
+            ProfileReader::Member(path, "used_type"), "expected \"normal\", \"picker\" or \"security_component\"");
     }
     pattern.recordsPerDay = static_cast<uint32_t>(perDay);
     pattern.daysBack = static_cast<uint32_t>(days);
@@ -428,8 +417,8 @@ bool ReadPattern(ProfileReader& reader, const json& value, const std::string& pa
 }
 
 template <typename T, typename Read>
-bool ReadList(ProfileReader& reader, const json& object, const std::string& path, const char* key,
-    std::vector<T>& out, Read&& read)
+bool ReadList(ProfileReader& reader, const json& object, const std::string& path, const char* key, std::vector<T>& out,
+    Read&& read)
 {
     return reader.Optional(object, path, key, [&](const json& value, const std::string& listPath) {
         if (!reader.Array(value, listPath)) {
@@ -443,6 +432,76 @@ bool ReadList(ProfileReader& reader, const json& object, const std::string& path
         }
         return true;
     });
+}
+
+// Every (bundle, user) the profile installs, with the entry that installs it.
+using Installations = std::map<std::pair<std::string, int32_t>, const DeviceProfile::Bundle*>;
+
+bool CheckUids(ProfileReader& reader, const std::vector<DeviceProfile::NativeProcess>& natives)
+{
+    std::set<int32_t> uids;
+    for (size_t i = 0; i < natives.size(); ++i) {
+        if (!uids.insert(natives[i].uid).second) {
+            return reader.Fail("native_processes[" + std::to_string(i) + "].uid",
+                "uid " + std::to_string(natives[i].uid) + " belongs to an earlier process");
+        }
+    }
+    return true;
+}
+
+bool CheckBundles(ProfileReader& reader, const std::vector<int32_t>& users,
+    const std::vector<DeviceProfile::Bundle>& bundles, Installations& installations)
+{
+    std::map<std::string, const DeviceProfile::Bundle*> firstEntry;
+    std::map<int32_t, std::string> indexOwner;
+    for (size_t i = 0; i < bundles.size(); ++i) {
+        const DeviceProfile::Bundle& bundle = bundles[i];
+        const std::string path = "bundles[" + std::to_string(i) + "]";
+        for (size_t j = 0; j < bundle.users.size(); ++j) {
+            const int32_t userId = bundle.users[j];
+            const std::string userPath = path + ".users[" + std::to_string(j) + "]";
+            if (std::find(users.begin(), users.end(), userId) == users.end()) {
+                return reader.Fail(userPath, "user " + std::to_string(userId) + " is not among the profile's users");
+            }
+            if (!installations.emplace(std::make_pair(bundle.name, userId), &bundle).second) {
+                return reader.Fail(
+                    userPath, bundle.name + " is installed for user " + std::to_string(userId) + " twice");
+            }
+        }
+        const DeviceProfile::Bundle* first = firstEntry.emplace(bundle.name, &bundle).first->second;
+        if ((bundle.appIndex >= 0 && first->appIndex >= 0 && bundle.appIndex != first->appIndex) ||
+            (!bundle.appId.empty() && !first->appId.empty() && bundle.appId != first->appId)) {
+            return reader.Fail(path, "another entry of " + bundle.name + " gives another app index or app id");
+        }
+        if (bundle.appIndex >= 0) {
+            const auto owner = indexOwner.emplace(bundle.appIndex, bundle.name).first;
+            if (owner->second != bundle.name) {
+                return reader.Fail(path + ".app_index",
+                    "app index " + std::to_string(bundle.appIndex) + " belongs to " + owner->second);
+            }
+        }
+    }
+    return true;
+}
+
+bool CheckPatterns(
+    ProfileReader& reader, const std::vector<DeviceProfile::UsagePattern>& patterns, const Installations& installations)
+{
+    for (size_t i = 0; i < patterns.size(); ++i) {
+        const DeviceProfile::UsagePattern& pattern = patterns[i];
+        const std::string path = "usage.patterns[" + std::to_string(i) + "]";
+        const auto it = installations.find({pattern.bundle, pattern.user});
+        if (it == installations.end()) {
+            return reader.Fail(
+                path + ".bundle", pattern.bundle + " is not installed for user " + std::to_string(pattern.user));
+        }
+        const auto& permissions = it->second->permissions;
+        if (std::none_of(permissions.begin(), permissions.end(),
+                [&pattern](const auto& p) { return p.permissionName == pattern.permission; })) {
+            return reader.Fail(path + ".permission", pattern.bundle + " does not request " + pattern.permission);
+        }
+    }
+    return true;
 }
 
 }  // namespace
@@ -496,60 +555,10 @@ DeviceResult DeviceProfile::Parse(const std::string& text, DeviceProfile& profil
     parsed.seed_ = seed;
 
     // What each item says on its own is read; now what the items say of each other.
-    if (ok) {
-        std::set<int32_t> uids;
-        for (size_t i = 0; ok && i < parsed.natives_.size(); ++i) {
-            if (!uids.insert(parsed.natives_[i].uid).second) {
-                ok = reader.Fail("native_processes[" + std::to_string(i) + "].uid",
-                    "uid " + std::to_string(parsed.natives_[i].uid) + " belongs to an earlier process");
-            }
-        }
-    }
-    std::map<std::pair<std::string, int32_t>, const Bundle*> installations;
-    if (ok) {
-        std::map<std::string, const Bundle*> firstEntry;
-        std::map<int32_t, std::string> indexOwner;
-        for (size_t i = 0; ok && i < parsed.bundles_.size(); ++i) {
-            const Bundle& bundle = parsed.bundles_[i];
-            const std::string path = "bundles[" + std::to_string(i) + "]";
-            for (size_t j = 0; ok && j < bundle.users.size(); ++j) {
-                const int32_t userId = bundle.users[j];
-                const std::string userPath = path + ".users[" + std::to_string(j) + "]";
-                if (std::find(parsed.users_.begin(), parsed.users_.end(), userId) == parsed.users_.end()) {
-                    ok = reader.Fail(userPath, "user " + std::to_string(userId) + " is not among the profile's users");
-                } else if (!installations.emplace(std::make_pair(bundle.name, userId), &bundle).second) {
-                    ok = reader.Fail(userPath, bundle.name + " is installed for user " + std::to_string(userId) + " twice");
-                }
-            }
-            auto first = firstEntry.emplace(bundle.name, &bundle).first->second;
-            if (ok && first != &bundle && ((bundle.appIndex >= 0 && first->appIndex >= 0 && bundle.appIndex != first->appIndex) ||
-                                              (!bundle.appId.empty() && !first->appId.empty() && bundle.appId != first->appId))) {
-                ok = reader.Fail(path, "another entry of " + bundle.name + " gives another app index or app id");
-            }
-            if (ok && bundle.appIndex >= 0) {
-                auto owner = indexOwner.emplace(bundle.appIndex, bundle.name).first;
-                if (owner->second != bundle.name) {
-                    ok = reader.Fail(path + ".app_index",
-                        "app index " + std::to_string(bundle.appIndex) + " belongs to " + owner->second);
-                }
-            }
-        }
-    }
-    for (size_t i = 0; ok && i < parsed.patterns_.size(); ++i) {
-        const UsagePattern& pattern = parsed.patterns_[i];
-        const std::string path = "usage.patterns[" + std::to_string(i) + "]";
-        auto it = installations.find({pattern.bundle, pattern.user});
-        if (it == installations.end()) {
-            ok = reader.Fail(path + ".bundle",
-                pattern.bundle + " is not installed for user " + std::to_string(pattern.user));
-            break;
-        }
-        const auto& permissions = it->second->permissions;
-        if (std::none_of(permissions.begin(), permissions.end(),
-                [&pattern](const auto& p) { return p.permissionName == pattern.permission; })) {
-            ok = reader.Fail(path + ".permission", pattern.bundle + " does not request " + pattern.permission);
-        }
-    }
+    Installations installations;
+    ok = ok && CheckUids(reader, parsed.natives_) &&
+         CheckBundles(reader, parsed.users_, parsed.bundles_, installations) &&
+         CheckPatterns(reader, parsed.patterns_, installations);
     if (!ok) {
         return DeviceResult::Fail(DeviceError::PROFILE_INVALID, reader.Error());
     }
@@ -564,7 +573,8 @@ DeviceResult DeviceProfile::CheckAgainstDevice() const
     for (size_t i = 0; i < natives_.size(); ++i) {
         if (tokens.FindNativeTokenByUid(natives_[i].uid) != INVALID_TOKENID) {
             return DeviceResult::Fail(DeviceError::PROFILE_REFUSED, "native_processes[" + std::to_string(i) +
-                "].uid: the device has a process with uid " + std::to_string(natives_[i].uid) + " already");
+                                                                        "].uid: the device has a process with uid " +
+                                                                        std::to_string(natives_[i].uid) + " already");
         }
     }
     const auto installed = bundleManager.ListBundles();
@@ -578,12 +588,14 @@ DeviceResult DeviceProfile::CheckAgainstDevice() const
                     path + ": " + bundle.name + " is installed for user " + std::to_string(other.userId) + " already");
             }
             if (other.bundleName == bundle.name && bundle.appIndex >= 0 && other.appIndex != bundle.appIndex) {
-                return DeviceResult::Fail(DeviceError::PROFILE_REFUSED, path + ".app_index: " + bundle.name +
-                    " has app index " + std::to_string(other.appIndex) + " on the device");
+                return DeviceResult::Fail(
+                    DeviceError::PROFILE_REFUSED, path + ".app_index: " + bundle.name + " has app index " +
+                                                      std::to_string(other.appIndex) + " on the device");
             }
             if (other.bundleName != bundle.name && bundle.appIndex >= 0 && other.appIndex == bundle.appIndex) {
-                return DeviceResult::Fail(DeviceError::PROFILE_REFUSED, path + ".app_index: app index " +
-                    std::to_string(bundle.appIndex) + " belongs to " + other.bundleName + " on the device");
+                return DeviceResult::Fail(
+                    DeviceError::PROFILE_REFUSED, path + ".app_index: app index " + std::to_string(bundle.appIndex) +
+                                                      " belongs to " + other.bundleName + " on the device");
             }
         }
     }
@@ -653,7 +665,7 @@ DeviceResult DeviceProfile::Apply(int64_t nowMs) const
             const ErrCode ret = bundleManager.Install(params);
             if (ret != ERR_OK) {
                 return refused("bundles[" + std::to_string(i) + "]: installing " + bundle.name + " for user " +
-                    std::to_string(userId) + " failed with code " + std::to_string(ret));
+                               std::to_string(userId) + " failed with code " + std::to_string(ret));
             }
         }
     }
@@ -674,8 +686,9 @@ DeviceResult DeviceProfile::Apply(int64_t nowMs) const
     if (ret != 0) {
         return refused("usage: the privacy service refused a record (code " + std::to_string(ret) + ")");
     }
-    DEVICE_LOGI("device profile applied: %{public}zu users, %{public}zu processes, %{public}zu bundle entries, "
-                "%{public}zu usage records",
+    DEVICE_LOGI(
+        "device profile applied: %{public}zu users, %{public}zu processes, %{public}zu bundle entries, "
+        "%{public}zu usage records",
         users_.size(), natives_.size(), bundles_.size(), records.size());
     return DeviceResult::Success();
 }
@@ -701,10 +714,12 @@ std::vector<UsageRecord> DeviceProfile::ExpandUsage(const TokenLookup& tokenOf, 
                 if (record.timestamp > nowMs) {
                     record.timestamp -= DAY_MS;
                 }
-                record.status = generator.Chance(pattern.foregroundRatio) ? Security::AccessToken::PERM_ACTIVE_IN_FOREGROUND
-                                                                         : Security::AccessToken::PERM_ACTIVE_IN_BACKGROUND;
-                record.lockScreenStatus = generator.Chance(pattern.lockedRatio) ? Security::AccessToken::PERM_ACTIVE_IN_LOCKED
-                                                                               : Security::AccessToken::PERM_ACTIVE_IN_UNLOCKED;
+                record.status = generator.Chance(pattern.foregroundRatio)
+                                    ? Security::AccessToken::PERM_ACTIVE_IN_FOREGROUND
+                                    : Security::AccessToken::PERM_ACTIVE_IN_BACKGROUND;
+                record.lockScreenStatus = generator.Chance(pattern.lockedRatio)
+                                              ? Security::AccessToken::PERM_ACTIVE_IN_LOCKED
+                                              : Security::AccessToken::PERM_ACTIVE_IN_UNLOCKED;
                 record.type = pattern.type;
                 const bool refused = generator.Chance(pattern.failRatio);
                 record.successCount = refused ? 0 : static_cast<int32_t>(pattern.count);

@@ -110,8 +110,7 @@ public:
     DeviceResult Apply(int64_t nowMs) const;
 
     // The records the usage patterns expand to, oldest first, with tokens from `tokenOf`.
-    std::vector<Security::AccessToken::Host::UsageRecord> ExpandUsage(const TokenLookup& tokenOf,
-        int64_t nowMs) const;
+    std::vector<Security::AccessToken::Host::UsageRecord> ExpandUsage(const TokenLookup& tokenOf, int64_t nowMs) const;
 
     const std::vector<int32_t>& Users() const { return users_; }
     const std::vector<NativeProcess>& NativeProcesses() const { return natives_; }

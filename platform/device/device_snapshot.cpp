@@ -85,8 +85,8 @@ DeviceResult DeviceSnapshot::Restore() const
     auto& bundleManager = BundleManagerService::GetInstance();
     for (int32_t userId : users) {
         if (!bundleManager.HasUser(userId) && !bundleManager.AddUser(userId)) {
-            return DeviceResult::Fail(DeviceError::RESTORE_REFUSED,
-                "user " + std::to_string(userId) + ": the bundle manager refused it");
+            return DeviceResult::Fail(
+                DeviceError::RESTORE_REFUSED, "user " + std::to_string(userId) + ": the bundle manager refused it");
         }
     }
     DeviceResult result = RestoreTokensAndBundles();
@@ -143,8 +143,8 @@ DeviceResult DeviceSnapshot::RestoreTokensAndBundles() const
         }
         for (const auto& permission : token.permissions) {
             if ((permission.grantStatus != PERMISSION_GRANTED || permission.grantFlag != PERMISSION_SYSTEM_FIXED) &&
-                !tokenService.SetPermissionStatus(token.tokenId, permission.permissionName, permission.grantStatus,
-                    permission.grantFlag)) {
+                !tokenService.SetPermissionStatus(
+                    token.tokenId, permission.permissionName, permission.grantStatus, permission.grantFlag)) {
                 return DeviceResult::Fail(DeviceError::RESTORE_REFUSED,
                     TokenText(token.tokenId) + ": the state of " + permission.permissionName + " was refused");
             }

@@ -26,12 +26,13 @@ DeviceResult DeviceState::Boot(const std::string& dataRoot, const std::string& p
         DataRoot::Set(dataRoot);
     }
     if (nowMs == 0) {
-        nowMs = std::chrono::duration_cast<std::chrono::milliseconds>(
-            std::chrono::system_clock::now().time_since_epoch()).count();
+        nowMs =
+            std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::system_clock::now().time_since_epoch())
+                .count();
     }
     bool seeded = false;
-    const DeviceResult result = database_.Open(DataRoot::Resolve(DeviceDatabase::DEVICE_PATH),
-        [&profilePath, nowMs, &seeded]() {
+    const DeviceResult result =
+        database_.Open(DataRoot::Resolve(DeviceDatabase::DEVICE_PATH), [&profilePath, nowMs, &seeded]() {
             DeviceProfile profile;
             DeviceResult loaded = DeviceProfile::Load(profilePath, profile);
             if (!loaded.Ok()) {

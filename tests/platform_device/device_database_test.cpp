@@ -23,6 +23,9 @@ namespace AspTest {
 namespace {
 
 using namespace OHOS::Security::AccessToken;
+using Host::AccessTokenService;
+using Host::PrivacyRecordService;
+using Host::UsageRecord;
 using OHOS::AppExecFwk::Host::AppControlService;
 using OHOS::AppExecFwk::Host::BundleManagerService;
 using OHOS::AppExecFwk::Host::InstallParams;
@@ -31,9 +34,6 @@ using OHOS::Host::DeviceError;
 using OHOS::Host::DeviceResult;
 using OHOS::Host::DeviceSnapshot;
 using OHOS::Host::DeviceState;
-using Host::AccessTokenService;
-using Host::PrivacyRecordService;
-using Host::UsageRecord;
 
 const std::string CAMERA = "ohos.permission.CAMERA";
 const std::string LOCATION = "ohos.permission.LOCATION";
@@ -96,10 +96,10 @@ TEST_F(DeviceDatabaseTest, DefaultDeviceRoundTripsThroughARestart)
     const AccessTokenID notes = TokenOf("com.example.notes", 101);
     ASSERT_NE(maps, INVALID_TOKENID);
     ASSERT_NE(notes, INVALID_TOKENID);
-    ASSERT_EQ(AccessTokenKit::RevokePermission(maps, "ohos.permission.LOCATION_IN_BACKGROUND",
-                  PERMISSION_USER_FIXED), RET_SUCCESS);
-    ASSERT_EQ(AccessTokenKit::GrantPermission(notes, PASTEBOARD, PERMISSION_USER_SET | PERMISSION_USER_FIXED),
+    ASSERT_EQ(AccessTokenKit::RevokePermission(maps, "ohos.permission.LOCATION_IN_BACKGROUND", PERMISSION_USER_FIXED),
         RET_SUCCESS);
+    ASSERT_EQ(
+        AccessTokenKit::GrantPermission(notes, PASTEBOARD, PERMISSION_USER_SET | PERMISSION_USER_FIXED), RET_SUCCESS);
     ASSERT_TRUE(AccessTokenService::GetInstance().SetPermissionStatus(
         AccessTokenService::GetInstance().FindNativeTokenByUid(1212), "ohos.permission.DUMP", PERMISSION_DENIED, 0));
     ASSERT_EQ(PrivacyKit::AddPermissionUsedRecord(maps, LOCATION, 2, 1), 0);
@@ -171,7 +171,8 @@ TEST_F(DeviceDatabaseTest, DefaultDeviceRoundTripsThroughARestart)
     EXPECT_EQ(bundles.GetUidByBundleName("com.example.newcomer", 102), 102 * 200000 + 12345);
     const auto settings = bundles.FindBundle("com.ohos.permissionmanager", 100);
     ASSERT_TRUE(settings.has_value());
-    EXPECT_TRUE(TokenIdKit::IsSystemAppByFullTokenID(AccessTokenService::GetInstance().GetFullTokenId(settings->tokenId)));
+    EXPECT_TRUE(
+        TokenIdKit::IsSystemAppByFullTokenID(AccessTokenService::GetInstance().GetFullTokenId(settings->tokenId)));
     OHOS::AAFwk::Want stored;
     ASSERT_EQ(AppControlService::GetInstance().GetDisposedStatus(social->appId, stored, 100), OHOS::ERR_OK);
     EXPECT_TRUE(stored == want);
@@ -239,11 +240,15 @@ TEST_F(DeviceDatabaseTest, FilesThatAreNotThisHostsDeviceAreRefusedAndLeftAlone)
     // A real device database, then damaged in three ways.
     {
         DeviceDatabase database;
-        ASSERT_TRUE(database.Open(path, [this]() {
-            OHOS::Host::DeviceProfile profile;
-            const DeviceResult loaded = OHOS::Host::DeviceProfile::Load(WriteSmallProfile(), profile);
-            return loaded.Ok() ? profile.Apply(TEST_NOW_MS) : loaded;
-        }).Ok());
+        ASSERT_TRUE(database
+                        .Open(path,
+                            [this]() {
+                                OHOS::Host::DeviceProfile profile;
+                                const DeviceResult loaded =
+                                    OHOS::Host::DeviceProfile::Load(WriteSmallProfile(), profile);
+                                return loaded.Ok() ? profile.Apply(TEST_NOW_MS) : loaded;
+                            })
+                        .Ok());
     }
     const std::string copy = root_ + "/copy.db";
     std::filesystem::copy_file(path, copy);
@@ -332,8 +337,8 @@ TEST_F(DeviceDatabaseTest, AnAcknowledgedWriteSurvivesAKill)
         char outcome = 'x';
         if (DeviceState::GetInstance().Boot(root_, profile, TEST_NOW_MS).Ok()) {
             const AccessTokenID maps = TokenOf("com.example.maps", 101);
-            const bool done = AccessTokenKit::GrantPermission(maps, LOCATION,
-                                  PERMISSION_USER_FIXED | PERMISSION_ALLOW_THIS_TIME) == RET_SUCCESS &&
+            const bool done = AccessTokenKit::GrantPermission(
+                                  maps, LOCATION, PERMISSION_USER_FIXED | PERMISSION_ALLOW_THIS_TIME) == RET_SUCCESS &&
                               PrivacyKit::AddPermissionUsedRecord(maps, CAMERA, 9, 0) == 0;
             outcome = done ? 'k' : 'w';
         }

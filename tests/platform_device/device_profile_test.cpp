@@ -18,14 +18,14 @@ namespace AspTest {
 namespace {
 
 using namespace OHOS::Security::AccessToken;
+using Host::AccessTokenService;
+using Host::PrivacyRecordService;
 using nlohmann::json;
 using OHOS::AppExecFwk::Host::BundleManagerService;
 using OHOS::Host::DeviceError;
 using OHOS::Host::DeviceProfile;
 using OHOS::Host::DeviceResult;
 using OHOS::Host::DeviceSnapshot;
-using Host::AccessTokenService;
-using Host::PrivacyRecordService;
 
 class DeviceProfileTest : public DeviceTest {};
 
@@ -103,10 +103,10 @@ TEST_F(DeviceProfileTest, DefaultProfileDescribesARealisticDevice)
         ASSERT_TRUE(settings.has_value()) << userId;
         EXPECT_TRUE(settings->isSystemApp);
         EXPECT_TRUE(TokenIdKit::IsSystemAppByFullTokenID(settings->fullTokenId));
-        for (const char* name : {"ohos.permission.GET_SENSITIVE_PERMISSIONS",
-                 "ohos.permission.GRANT_SENSITIVE_PERMISSIONS", "ohos.permission.REVOKE_SENSITIVE_PERMISSIONS",
-                 "ohos.permission.PERMISSION_USED_STATS", "ohos.permission.READ_GTOKEN_POLICY",
-                 "ohos.permission.WRITE_GTOKEN_POLICY"}) {
+        for (const char* name :
+            {"ohos.permission.GET_SENSITIVE_PERMISSIONS", "ohos.permission.GRANT_SENSITIVE_PERMISSIONS",
+                "ohos.permission.REVOKE_SENSITIVE_PERMISSIONS", "ohos.permission.PERMISSION_USED_STATS",
+                "ohos.permission.READ_GTOKEN_POLICY", "ohos.permission.WRITE_GTOKEN_POLICY"}) {
             EXPECT_EQ(AccessTokenKit::VerifyAccessToken(settings->tokenId, name), PERMISSION_GRANTED) << name;
         }
     }
@@ -127,8 +127,8 @@ TEST_F(DeviceProfileTest, DefaultProfileDescribesARealisticDevice)
     }
     EXPECT_EQ(containers, 1u);
     EXPECT_GE(plainApps, 30u);
-    for (uint32_t flag : {PERMISSION_USER_SET, PERMISSION_USER_FIXED, PERMISSION_SYSTEM_FIXED,
-             PERMISSION_POLICY_FIXED, PERMISSION_ALLOW_THIS_TIME}) {
+    for (uint32_t flag : {PERMISSION_USER_SET, PERMISSION_USER_FIXED, PERMISSION_SYSTEM_FIXED, PERMISSION_POLICY_FIXED,
+             PERMISSION_ALLOW_THIS_TIME}) {
         EXPECT_NE(flagsSeen & flag, 0u) << flag;
     }
 
@@ -240,12 +240,15 @@ TEST_F(DeviceProfileTest, MalformedProfilesAreRefusedWithTheirJsonPath)
         {"/bundles/0/app_index", "200000", "bundles[0].app_index: expected at most 199999"},
         {"/native_processes/-", R"({"process_name": "hdcd", "uid": 0})",
             "native_processes[1].uid: uid 0 belongs to an earlier process"},
-        {"/native_processes/0/token_type", "\"hap\"", "native_processes[0].token_type: expected \"native\" or \"shell\""},
+        {"/native_processes/0/token_type", "\"hap\"",
+            "native_processes[0].token_type: expected \"native\" or \"shell\""},
         {"/usage/patterns/0/permission", "\"ohos.permission.MICROPHONE\"",
             "usage.patterns[0].permission: com.example.a does not request ohos.permission.MICROPHONE"},
         {"/usage/patterns/0/user", "101", ""},  // valid: the bundle is installed for 101 as well
-        {"/usage/patterns/0/bundle", "\"com.example.b\"", "usage.patterns[0].permission: com.example.b does not "
-                                                          "request ohos.permission.CAMERA"},
+        {"/usage/patterns/0/user", "0", "usage.patterns[0].bundle: com.example.a is not installed for user 0"},
+        {"/usage/patterns/0/bundle", "\"com.example.b\"",
+            "usage.patterns[0].permission: com.example.b does not "
+            "request ohos.permission.CAMERA"},
         {"/usage/patterns/0/hours", "[20, 8]", "usage.patterns[0].hours: the first hour is after the last"},
         {"/usage/patterns/0/hours", "[8, 24]", "usage.patterns[0].hours[1]: expected at most 23"},
         {"/usage/patterns/0/fail_ratio", "1.5", "usage.patterns[0].fail_ratio: expected a number from 0 to 1"},

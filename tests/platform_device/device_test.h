@@ -89,23 +89,24 @@ inline DeviceText Describe(const OHOS::Host::DeviceSnapshot& snapshot)
         text.tokens.push_back(line + "]");
     }
     for (const auto& bundle : snapshot.bundles) {
-        std::string line = bundle.bundleName + "/" + std::to_string(bundle.userId) + " index=" +
-                           std::to_string(bundle.appIndex) + " uid=" + std::to_string(bundle.uid) + " appId=" +
-                           bundle.appId + " sys=" + std::to_string(bundle.isSystemApp) + " entity=" +
-                           bundle.entityType + " v=" + bundle.versionName + "/" + std::to_string(bundle.versionCode) +
-                           " api=" + std::to_string(bundle.apiVersion) + " dist=" + bundle.appDistributionType +
-                           " vendor=" + bundle.vendor + " token=" + std::to_string(bundle.tokenId);
+        std::string line = bundle.bundleName + "/" + std::to_string(bundle.userId) +
+                           " index=" + std::to_string(bundle.appIndex) + " uid=" + std::to_string(bundle.uid) +
+                           " appId=" + bundle.appId + " sys=" + std::to_string(bundle.isSystemApp) +
+                           " entity=" + bundle.entityType + " v=" + bundle.versionName + "/" +
+                           std::to_string(bundle.versionCode) + " api=" + std::to_string(bundle.apiVersion) +
+                           " dist=" + bundle.appDistributionType + " vendor=" + bundle.vendor +
+                           " token=" + std::to_string(bundle.tokenId);
         text.bundles.push_back(line);
     }
     for (const auto& status : snapshot.disposedStatuses) {
         text.disposed.push_back(status.appId + "/" + std::to_string(status.userId) + " " + status.want.ToString());
     }
     for (const auto& record : snapshot.records) {
-        text.records.push_back(std::to_string(record.tokenId) + " " + record.permissionName + " t=" +
-                               std::to_string(record.timestamp) + " s=" + std::to_string(record.status) + " l=" +
-                               std::to_string(record.lockScreenStatus) + " ty=" + std::to_string(record.type) +
-                               " ok=" + std::to_string(record.successCount) + " fail=" +
-                               std::to_string(record.failCount) + " d=" + std::to_string(record.accessDuration));
+        text.records.push_back(
+            std::to_string(record.tokenId) + " " + record.permissionName + " t=" + std::to_string(record.timestamp) +
+            " s=" + std::to_string(record.status) + " l=" + std::to_string(record.lockScreenStatus) +
+            " ty=" + std::to_string(record.type) + " ok=" + std::to_string(record.successCount) +
+            " fail=" + std::to_string(record.failCount) + " d=" + std::to_string(record.accessDuration));
     }
     for (const auto& [key, value] : snapshot.parameters) {
         text.parameters.push_back(key + "=" + value);
@@ -114,8 +115,7 @@ inline DeviceText Describe(const OHOS::Host::DeviceSnapshot& snapshot)
 }
 
 // The first difference only: a device has thousands of records.
-inline void ExpectSameLines(const char* what, const std::vector<std::string>& want,
-    const std::vector<std::string>& got)
+inline void ExpectSameLines(const char* what, const std::vector<std::string>& want, const std::vector<std::string>& got)
 {
     EXPECT_EQ(want.size(), got.size()) << what;
     for (size_t i = 0; i < std::min(want.size(), got.size()); ++i) {
