@@ -1,7 +1,6 @@
 #ifndef TESTS_PERMISSION_FRONT_FAKE_CONTAINER_BROKER_H
 #define TESTS_PERMISSION_FRONT_FAKE_CONTAINER_BROKER_H
 
-#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>

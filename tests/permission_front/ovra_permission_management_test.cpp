@@ -8,7 +8,6 @@
 #include "permission/ovra/dto/app_permission_group_dto.h"
 #include "permission/ovra/dto/app_permission_groups_result_dto.h"
 #include "permission/ovra/dto/checked_state_command_dto.h"
-#include "permission/ovra/dto/groups_by_app_query_dto.h"
 #include "permission/ovra/ovra_app_permission_group.h"
 #include "permission/ovra/ovra_permission_management.h"
 #include "platform/hilog/hilog_host.h"
@@ -90,15 +89,6 @@ TEST(OvraDtoTest, RecordsRoundTripAndMistypedMembersAreNamed)
     json written;
     to_json(written, dto);
     EXPECT_EQ(written, Group(BUNDLE, "LOCATION"));
-
-    Dto::GroupsByAppQueryDto query{BUNDLE, 100, {"LOCATION", "CAMERA"}};
-    json queryJson;
-    to_json(queryJson, query);
-    Dto::GroupsByAppQueryDto readBack;
-    from_json(queryJson, readBack);
-    EXPECT_EQ(readBack.bundleName, BUNDLE);
-    EXPECT_EQ(readBack.userId, 100);
-    EXPECT_EQ(readBack.permissionGroups, query.permissionGroups);
 
     const Dto::CheckedStateCommandDto command{BUNDLE, UID, "CAMERA", "DENY", 3, -9223372036854775807L - 1};
     json commandJson;
