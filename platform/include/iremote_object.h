@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "refbase.h"
 
@@ -29,7 +30,10 @@ public:
 
     // The interface a local stub implements (null for proxy objects): what iface_cast returns for a
     // local object.
-    virtual sptr<IRemoteBroker> AsInterface() { return nullptr; }
+    virtual sptr<IRemoteBroker> AsInterface();
+
+    // Writes diagnostics to `fd`; 0 on success. A proxy forwards the call to its stub.
+    virtual int Dump(int /*fd*/, const std::vector<std::u16string>& /*args*/) { return 0; }
 
     const std::u16string& GetObjectDescriptor() const { return descriptor_; }
 

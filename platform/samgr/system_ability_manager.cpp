@@ -1,13 +1,26 @@
 #include "platform/samgr/system_ability_manager.h"
 
+#include <algorithm>
+
+#include "hilog/log.h"
 #include "iservice_registry.h"
 
 namespace OHOS {
 namespace Host {
 
 namespace {
-constexpr int32_t ERR_NO_SUCH_ABILITY = 1;
-constexpr int32_t ERR_INVALID_ABILITY = 2;
+
+constexpr unsigned int LOG_DOMAIN = 0xD001800;
+constexpr const char* LOG_TAG = "SAMGR";
+// How long GetSystemAbility waits for another thread's start or unload of the same ability.
+constexpr std::chrono::seconds GET_WAIT{30};
+const char* const INTERFACE_CALL_NAME = "INTERFACE_CALL";
+
+SystemAbilityOnDemandReason InterfaceCall()
+{
+    return SystemAbilityOnDemandReason(OnDemandReasonId::INTERFACE_CALL, INTERFACE_CALL_NAME, "");
+}
+
 }  // namespace
 
 SystemAbilityManager::SystemAbilityManager()
@@ -17,53 +30,447 @@ SystemAbilityManager::SystemAbilityManager()
 
 SystemAbilityManager& SystemAbilityManager::GetInstance()
 {
+    // Never destroyed: abilities may still call in while the process exits.
     static SystemAbilityManager* manager = new SystemAbilityManager();
     return *manager;
 }
 
+SystemAbilityManager::Entry* SystemAbilityManager::FindEntry(int32_t systemAbilityId)
+{
+    auto it = entries_.find(systemAbilityId);
+    return it == entries_.end() ? nullptr : &it->second;
+}
+
+SystemAbilityManager::Entry* SystemAbilityManager::FindEntryOf(const SystemAbility* ability)
+{
+    if (ability == nullptr) {
+        return nullptr;
+    }
+    Entry* entry = FindEntry(ability->GetSystemAbilityId());
+    return entry != nullptr && entry->ability == ability ? entry : nullptr;
+}
+
+void SystemAbilityManager::Release(sptr<IRemoteObject>& object, Released& released)
+{
+    if (object != nullptr) {
+        released.push_back(std::move(object));
+        object = nullptr;
+    }
+}
+
+void SystemAbilityManager::EndBusy(int32_t systemAbilityId, const SystemAbility* ability, Released& released)
+{
+    Entry* entry = FindEntry(systemAbilityId);
+    if (entry == nullptr) {
+        return;
+    }
+    entry->busyThread = std::thread::id();
+    Release(entry->object, released);
+    if (entry->ability == nullptr) {
+        entries_.erase(systemAbilityId);  // unregistered meanwhile
+    } else if (entry->ability != ability) {
+        entry->state = State::STOPPED;  // a new object of a reloaded library took the id over
+    }
+}
+
 sptr<IRemoteObject> SystemAbilityManager::GetSystemAbility(int32_t systemAbilityId)
 {
-    return CheckSystemAbility(systemAbilityId);
+    return Acquire(systemAbilityId, InterfaceCall(), std::chrono::steady_clock::now() + GET_WAIT).object;
 }
 
 sptr<IRemoteObject> SystemAbilityManager::CheckSystemAbility(int32_t systemAbilityId)
 {
     std::lock_guard<std::mutex> lock(mutex_);
-    auto it = abilities_.find(systemAbilityId);
-    return it == abilities_.end() ? nullptr : it->second;
+    const Entry* entry = FindEntry(systemAbilityId);
+    if (entry == nullptr || entry->state == State::STOPPING) {
+        return nullptr;
+    }
+    return entry->object;
 }
 
 int32_t SystemAbilityManager::AddSystemAbility(int32_t systemAbilityId, const sptr<IRemoteObject>& ability,
     const SAExtraProp& /*extraProp*/)
 {
     if (ability == nullptr) {
-        return ERR_INVALID_ABILITY;
+        return SAM_ERR_INVALID_ABILITY;
     }
+    Released released;
     std::lock_guard<std::mutex> lock(mutex_);
-    abilities_[systemAbilityId] = ability;
+    Entry& entry = entries_[systemAbilityId];
+    if (entry.ability != nullptr) {
+        return SAM_ERR_INVALID_ABILITY;
+    }
+    Release(entry.object, released);
+    entry.object = ability;
+    entry.state = State::RUNNING;
+    changed_.notify_all();
     return 0;
 }
 
 int32_t SystemAbilityManager::RemoveSystemAbility(int32_t systemAbilityId)
 {
+    Released released;
     std::lock_guard<std::mutex> lock(mutex_);
-    return abilities_.erase(systemAbilityId) == 1 ? 0 : ERR_NO_SUCH_ABILITY;
+    auto it = entries_.find(systemAbilityId);
+    if (it == entries_.end()) {
+        return SAM_ERR_NO_SUCH_ABILITY;
+    }
+    if (it->second.ability != nullptr) {
+        return SAM_ERR_INVALID_ABILITY;
+    }
+    Release(it->second.object, released);
+    entries_.erase(it);
+    return 0;
 }
 
-int32_t SystemAbilityManager::LoadSystemAbility(int32_t systemAbilityId, int32_t /*timeout*/)
+int32_t SystemAbilityManager::LoadSystemAbility(int32_t systemAbilityId, int32_t timeout)
 {
-    return CheckSystemAbility(systemAbilityId) != nullptr ? 0 : ERR_NO_SUCH_ABILITY;
+    const auto wait = std::chrono::seconds(timeout > 0 ? timeout : 0);
+    return Acquire(systemAbilityId, InterfaceCall(), std::chrono::steady_clock::now() + wait).result;
 }
 
-int32_t SystemAbilityManager::UnloadSystemAbility(int32_t /*systemAbilityId*/)
+sptr<IRemoteObject> SystemAbilityManager::StartAbility(int32_t systemAbilityId,
+    const SystemAbilityOnDemandReason& reason)
 {
-    return ERR_NO_SUCH_ABILITY;
+    return Acquire(systemAbilityId, reason, std::chrono::steady_clock::now() + GET_WAIT).object;
+}
+
+SystemAbilityManager::Acquired SystemAbilityManager::Acquire(int32_t systemAbilityId,
+    const SystemAbilityOnDemandReason& reason, std::chrono::steady_clock::time_point deadline)
+{
+    Released released;  // destroyed after the lock
+    std::unique_lock<std::mutex> lock(mutex_);
+    bool loaderCalled = false;
+    for (;;) {
+        Entry* entry = FindEntry(systemAbilityId);
+        bool mustWait = false;
+        if (entry == nullptr) {
+            if (loading_.count(systemAbilityId) != 0) {
+                mustWait = true;
+            } else if (loaderCalled || !loader_) {
+                return {SAM_ERR_NO_SUCH_ABILITY, nullptr};
+            } else {
+                // The loader registers the ability from the library's static initialiser, which
+                // takes this lock: it runs unlocked, and other first requests wait for it.
+                loaderCalled = true;
+                loading_.insert(systemAbilityId);
+                const Loader loader = loader_;
+                lock.unlock();
+                loader(systemAbilityId);
+                lock.lock();
+                loading_.erase(systemAbilityId);
+                changed_.notify_all();
+                continue;
+            }
+        } else {
+            const bool ownThread = entry->busyThread == std::this_thread::get_id();
+            switch (entry->state) {
+                case State::RUNNING:
+                case State::UNLOAD_PENDING:
+                    return {0, entry->object};
+                case State::STOPPED:
+                    return Start(lock, systemAbilityId, reason, released);
+                case State::STARTING:
+                    // Published objects are served while OnStart goes on; OnStart asking for its
+                    // own ability gets what it has published so far.
+                    if (entry->object != nullptr) {
+                        return {0, entry->object};
+                    }
+                    if (ownThread) {
+                        return {SAM_ERR_NOT_RUNNING, nullptr};
+                    }
+                    mustWait = true;
+                    break;
+                case State::IDLING:
+                case State::STOPPING:
+                    if (ownThread) {
+                        return {SAM_ERR_NOT_RUNNING, nullptr};  // OnIdle or OnStop asking for itself
+                    }
+                    mustWait = true;
+                    break;
+            }
+        }
+        if (mustWait && changed_.wait_until(lock, deadline) == std::cv_status::timeout &&
+            std::chrono::steady_clock::now() >= deadline) {
+            HiLogPrint(LOG_CORE, LOG_ERROR, LOG_DOMAIN, LOG_TAG, "wait for SA %{public}d timed out", systemAbilityId);
+            return {SAM_ERR_TIMED_OUT, nullptr};
+        }
+    }
+}
+
+SystemAbilityManager::Acquired SystemAbilityManager::Start(std::unique_lock<std::mutex>& lock,
+    int32_t systemAbilityId, const SystemAbilityOnDemandReason& reason, Released& released)
+{
+    Entry* entry = FindEntry(systemAbilityId);
+    SystemAbility* ability = entry->ability;
+    entry->state = State::STARTING;
+    entry->busyThread = std::this_thread::get_id();
+    lock.unlock();
+    HiLogPrint(LOG_CORE, LOG_INFO, LOG_DOMAIN, LOG_TAG, "start SA %{public}d, reason %{public}s", systemAbilityId,
+        reason.GetName().c_str());
+    ability->OnStart(reason);
+    lock.lock();
+    Acquired acquired{SAM_ERR_START_FAILED, nullptr};
+    entry = FindEntry(systemAbilityId);
+    if (entry != nullptr && entry->ability == ability && entry->state == State::STARTING) {
+        entry->busyThread = std::thread::id();
+        entry->state = entry->object == nullptr ? State::STOPPED : State::RUNNING;
+        acquired = {entry->object == nullptr ? SAM_ERR_START_FAILED : 0, entry->object};
+    } else {
+        EndBusy(systemAbilityId, ability, released);
+    }
+    changed_.notify_all();
+    if (acquired.result != 0) {
+        HiLogPrint(LOG_CORE, LOG_ERROR, LOG_DOMAIN, LOG_TAG, "SA %{public}d did not publish", systemAbilityId);
+    }
+    return acquired;
+}
+
+int32_t SystemAbilityManager::UnloadSystemAbility(int32_t systemAbilityId)
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    Entry* entry = FindEntry(systemAbilityId);
+    if (entry == nullptr || entry->ability == nullptr) {
+        return SAM_ERR_NO_SUCH_ABILITY;
+    }
+    if (entry->state == State::UNLOAD_PENDING) {
+        return 0;
+    }
+    if (entry->state != State::RUNNING) {
+        return SAM_ERR_NOT_RUNNING;
+    }
+    entry->state = State::UNLOAD_PENDING;
+    unloadQueue_.push_back(systemAbilityId);
+    // The caller is often the ability's own timer thread, which its OnStop may wait for: the unload
+    // never runs on the caller's thread.
+    if (!unloadThread_.joinable()) {
+        unloadThread_ = std::thread([this] { UnloadLoop(); });
+    }
+    unloadReady_.notify_all();
+    return 0;
+}
+
+void SystemAbilityManager::UnloadLoop()
+{
+    std::unique_lock<std::mutex> lock(mutex_);
+    for (;;) {
+        unloadReady_.wait(lock, [this] { return !unloadQueue_.empty() && !holdUnloads_; });
+        const int32_t systemAbilityId = unloadQueue_.front();
+        unloadQueue_.pop_front();
+        unloading_ = true;
+        Released released;
+        Unload(lock, systemAbilityId, released);
+        lock.unlock();
+        released.clear();
+        lock.lock();
+        unloading_ = false;
+        changed_.notify_all();
+    }
+}
+
+void SystemAbilityManager::Unload(std::unique_lock<std::mutex>& lock, int32_t systemAbilityId, Released& released)
+{
+    Entry* entry = FindEntry(systemAbilityId);
+    if (entry == nullptr || entry->state != State::UNLOAD_PENDING) {
+        return;  // cancelled, or unregistered meanwhile
+    }
+    SystemAbility* ability = entry->ability;
+    entry->state = State::IDLING;
+    entry->busyThread = std::this_thread::get_id();
+    const SystemAbilityOnDemandReason reason = InterfaceCall();
+    lock.unlock();
+    const int32_t idle = ability->OnIdle(reason);
+    lock.lock();
+
+    entry = FindEntry(systemAbilityId);
+    if (entry == nullptr || entry->ability != ability) {
+        EndBusy(systemAbilityId, ability, released);
+        return;
+    }
+    if (idle != 0) {
+        HiLogPrint(LOG_CORE, LOG_INFO, LOG_DOMAIN, LOG_TAG, "SA %{public}d refused to idle: %{public}d",
+            systemAbilityId, idle);
+        entry->state = State::RUNNING;
+        entry->busyThread = std::thread::id();
+        return;
+    }
+    entry->state = State::STOPPING;
+    sptr<IRemoteObject> unpublished = std::move(entry->object);
+    entry->object = nullptr;
+    lock.unlock();
+    unpublished = nullptr;  // may be the last reference, and its destructor may call in
+    ability->OnStop(reason);
+    HiLogPrint(LOG_CORE, LOG_INFO, LOG_DOMAIN, LOG_TAG, "SA %{public}d stopped", systemAbilityId);
+    lock.lock();
+    const StopListener listener = stopListener_;
+    if (listener) {
+        // Still STOPPING: waiting requests start the ability only after the library is dealt with.
+        lock.unlock();
+        listener(systemAbilityId);
+        lock.lock();
+    }
+    entry = FindEntry(systemAbilityId);
+    if (entry != nullptr && entry->ability == ability) {
+        entry->busyThread = std::thread::id();
+        entry->state = State::STOPPED;
+    } else {
+        EndBusy(systemAbilityId, ability, released);
+    }
+}
+
+bool SystemAbilityManager::RegisterAbility(SystemAbility* ability)
+{
+    if (ability == nullptr) {
+        return false;
+    }
+    std::lock_guard<std::mutex> lock(mutex_);
+    const int32_t systemAbilityId = ability->GetSystemAbilityId();
+    auto it = entries_.find(systemAbilityId);
+    if (it == entries_.end()) {
+        entries_[systemAbilityId].ability = ability;
+        changed_.notify_all();
+        return true;
+    }
+    Entry& entry = it->second;
+    if (entry.ability == ability) {
+        return true;
+    }
+    if (entry.ability == nullptr && entry.object != nullptr) {
+        return false;  // an added object holds the id
+    }
+    // A library loaded again registers a new object under the old id. The old object is gone
+    // (unregistered, or its library unloaded without saying so); while its start or stop is still
+    // under way, the new one takes over once that ends.
+    if (entry.ability != nullptr && entry.state != State::STOPPED) {
+        return false;
+    }
+    entry.ability = ability;
+    changed_.notify_all();
+    return true;
+}
+
+void SystemAbilityManager::UnregisterAbility(int32_t systemAbilityId)
+{
+    Released released;
+    std::lock_guard<std::mutex> lock(mutex_);
+    UnregisterLocked(systemAbilityId, released);
+}
+
+void SystemAbilityManager::ForgetAbility(SystemAbility* ability)
+{
+    Released released;
+    std::lock_guard<std::mutex> lock(mutex_);
+    if (FindEntryOf(ability) != nullptr) {
+        UnregisterLocked(ability->GetSystemAbilityId(), released);
+    }
+}
+
+void SystemAbilityManager::UnregisterLocked(int32_t systemAbilityId, Released& released)
+{
+    auto it = entries_.find(systemAbilityId);
+    if (it == entries_.end() || it->second.ability == nullptr) {
+        return;
+    }
+    Entry& entry = it->second;
+    Release(entry.object, released);
+    if (entry.state == State::STARTING || entry.state == State::IDLING || entry.state == State::STOPPING) {
+        entry.ability = nullptr;  // the busy thread drops the entry when it is done
+    } else {
+        entries_.erase(it);
+    }
+    changed_.notify_all();
+}
+
+bool SystemAbilityManager::Publish(SystemAbility* ability, const sptr<IRemoteObject>& object)
+{
+    if (object == nullptr) {
+        return false;
+    }
+    Released released;
+    std::lock_guard<std::mutex> lock(mutex_);
+    Entry* entry = FindEntryOf(ability);
+    if (entry == nullptr || entry->state == State::STOPPING) {
+        return false;
+    }
+    Release(entry->object, released);
+    entry->object = object;
+    if (entry->state == State::STOPPED) {
+        entry->state = State::RUNNING;  // started outside the manager: it runs once published
+    }
+    changed_.notify_all();
+    return true;
+}
+
+bool SystemAbilityManager::CancelIdle(SystemAbility* ability)
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    Entry* entry = FindEntryOf(ability);
+    if (entry == nullptr) {
+        return true;
+    }
+    switch (entry->state) {
+        case State::UNLOAD_PENDING:
+            entry->state = State::RUNNING;
+            unloadQueue_.erase(std::remove(unloadQueue_.begin(), unloadQueue_.end(), ability->GetSystemAbilityId()),
+                unloadQueue_.end());
+            changed_.notify_all();
+            return true;
+        case State::IDLING:
+        case State::STOPPING:
+            return false;
+        default:
+            return true;
+    }
+}
+
+bool SystemAbilityManager::IsRunning(int32_t systemAbilityId)
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    const Entry* entry = FindEntry(systemAbilityId);
+    return entry != nullptr && entry->object != nullptr && entry->state != State::STOPPING;
+}
+
+void SystemAbilityManager::SetLoader(Loader loader)
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    loader_.swap(loader);  // the old one goes after the lock: its captures may call in
+}
+
+void SystemAbilityManager::SetStopListener(StopListener listener)
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    stopListener_.swap(listener);
+}
+
+void SystemAbilityManager::HoldUnloads(bool hold)
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    holdUnloads_ = hold;
+    unloadReady_.notify_all();
+}
+
+bool SystemAbilityManager::WaitForUnloads(std::chrono::milliseconds timeout)
+{
+    std::unique_lock<std::mutex> lock(mutex_);
+    return changed_.wait_for(lock, timeout, [this] { return unloadQueue_.empty() && !unloading_; });
 }
 
 void SystemAbilityManager::Reset()
 {
-    std::lock_guard<std::mutex> lock(mutex_);
-    abilities_.clear();
+    Released released;
+    Loader loader;
+    StopListener listener;
+    std::unique_lock<std::mutex> lock(mutex_);
+    holdUnloads_ = false;
+    unloadReady_.notify_all();
+    changed_.wait(lock, [this] { return unloadQueue_.empty() && !unloading_; });
+    for (auto& [id, entry] : entries_) {
+        Release(entry.object, released);
+    }
+    entries_.clear();
+    loader_.swap(loader);
+    stopListener_.swap(listener);
+    changed_.notify_all();
 }
 
 }  // namespace Host

@@ -1,35 +1,143 @@
 #ifndef PLATFORM_SAMGR_SYSTEM_ABILITY_MANAGER_H
 #define PLATFORM_SAMGR_SYSTEM_ABILITY_MANAGER_H
 
+#include <chrono>
+#include <condition_variable>
+#include <deque>
+#include <functional>
 #include <map>
 #include <mutex>
+#include <set>
+#include <thread>
+#include <vector>
 
 #include "if_system_ability_manager.h"
+#include "system_ability.h"
+#include "system_ability_ondemand_reason.h"
 
 namespace OHOS::Host {
 
+// Results of the manager besides 0 (success).
+enum : int32_t {
+    SAM_ERR_NO_SUCH_ABILITY = 1,  // nothing is registered or added under the id
+    SAM_ERR_INVALID_ABILITY = 2,  // a null object, or an id taken by the other kind of entry
+    SAM_ERR_NOT_RUNNING = 3,      // the ability is not running (or is starting or stopping)
+    SAM_ERR_START_FAILED = 4,     // OnStart returned without publishing
+    SAM_ERR_TIMED_OUT = 5,        // another thread's start or unload did not end in time
+};
+
 // The host's system-ability manager: one per process, reached by the platform's client
 // (SystemAbilityManagerClient) and by the host itself.
+//
+// It holds two kinds of entries. Plain remote objects added with AddSystemAbility (the bundle
+// manager, 401) are simply handed out. Abilities registered by their library
+// (SystemAbility::MakeAndRegisterAbility) are started on demand on the asking thread (OnStart with
+// a reason; the ability runs once it has published its object) and stopped on a manager thread of
+// its own after UnloadSystemAbility (OnIdle, then OnStop when it consents). Requests that come
+// while an ability starts or stops wait for that to end; concurrent first requests start it once.
+// No callback of an ability or of the host runs under the manager's lock.
 class SystemAbilityManager : public ISystemAbilityManager {
 public:
+    // Called without the manager's lock for an id that nothing is registered under: the daemon
+    // loads the ability's library there, whose static initialiser registers the ability; the
+    // manager then starts it. One loader call at a time per id.
+    using Loader = std::function<void(int32_t systemAbilityId)>;
+    // Called on the unloading thread after an ability's OnStop, before waiting requests may start it
+    // again: the daemon unloads the library there (which may unregister the ability).
+    using StopListener = std::function<void(int32_t systemAbilityId)>;
+
     static SystemAbilityManager& GetInstance();
 
+    // Registered but stopped abilities are started (reason INTERFACE_CALL); null when there is no
+    // such ability or it does not start.
     sptr<IRemoteObject> GetSystemAbility(int32_t systemAbilityId) override;
+    // The object of a running ability or an added object; never starts anything.
     sptr<IRemoteObject> CheckSystemAbility(int32_t systemAbilityId) override;
     int32_t AddSystemAbility(int32_t systemAbilityId, const sptr<IRemoteObject>& ability,
         const SAExtraProp& extraProp = SAExtraProp()) override;
+    // Removes an added object; a registered ability is stopped through UnloadSystemAbility instead.
     int32_t RemoveSystemAbility(int32_t systemAbilityId) override;
+    // 0 when the ability runs or was started, waiting at most `timeout` seconds for another thread's
+    // start or unload of it.
     int32_t LoadSystemAbility(int32_t systemAbilityId, int32_t timeout) override;
+    // 0 at once for a running ability (OnIdle and OnStop follow on the manager's thread);
+    // SAM_ERR_NO_SUCH_ABILITY or SAM_ERR_NOT_RUNNING otherwise.
     int32_t UnloadSystemAbility(int32_t systemAbilityId) override;
     sptr<IRemoteObject> AsObject() override { return nullptr; }
 
-    // Forgets every registered ability (tests).
+    // Host controls.
+
+    // Starts a stopped ability for `reason` (for example a common event) on the calling thread, as
+    // GetSystemAbility does for an interface call; the object of a running ability is returned
+    // without calling it again.
+    sptr<IRemoteObject> StartAbility(int32_t systemAbilityId, const SystemAbilityOnDemandReason& reason);
+    // MakeAndRegisterAbility: false for null, for an id that holds an added object, or for an id
+    // whose ability (another object) is running. Registering the same object again is harmless.
+    bool RegisterAbility(SystemAbility* ability);
+    // Forgets the ability registered under the id (its library is going away). When its start or
+    // stop is under way, the entry goes when that ends.
+    void UnregisterAbility(int32_t systemAbilityId);
+    bool IsRunning(int32_t systemAbilityId);
+    void SetLoader(Loader loader);
+    void SetStopListener(StopListener listener);
+    // While held, requested unloads stay pending (CancelIdle can still cancel them); releasing lets
+    // them run.
+    void HoldUnloads(bool hold);
+    // Waits until no unload is pending or running; false when `timeout` passed first.
+    bool WaitForUnloads(std::chrono::milliseconds timeout);
+    // Waits for unloads under way, then forgets every ability, object and hook (tests).
     void Reset();
 
 private:
+    friend class OHOS::SystemAbility;
+
+    enum class State { STOPPED, STARTING, RUNNING, UNLOAD_PENDING, IDLING, STOPPING };
+    struct Entry {
+        SystemAbility* ability = nullptr;  // null for an added object
+        sptr<IRemoteObject> object;
+        State state = State::STOPPED;
+        std::thread::id busyThread;  // the thread running OnStart, OnIdle or OnStop
+    };
+    struct Acquired {
+        int32_t result;
+        sptr<IRemoteObject> object;
+    };
+    // References dropped under the lock, released after it: the last reference to an object may run
+    // a destructor that calls the manager (an ability leaving the registry).
+    using Released = std::vector<sptr<IRemoteObject>>;
+
     SystemAbilityManager();
+    Acquired Acquire(int32_t systemAbilityId, const SystemAbilityOnDemandReason& reason,
+        std::chrono::steady_clock::time_point deadline);
+    Acquired Start(std::unique_lock<std::mutex>& lock, int32_t systemAbilityId,
+        const SystemAbilityOnDemandReason& reason, Released& released);
+    void UnloadLoop();
+    void Unload(std::unique_lock<std::mutex>& lock, int32_t systemAbilityId, Released& released);
+    // The entry of `ability` when it is the one registered under its id.
+    Entry* FindEntryOf(const SystemAbility* ability);
+    Entry* FindEntry(int32_t systemAbilityId);
+    // Ends a start or stop of `ability` whose entry changed meanwhile: dropped when the ability was
+    // unregistered, stopped when a new object took the id over.
+    void EndBusy(int32_t systemAbilityId, const SystemAbility* ability, Released& released);
+    void UnregisterLocked(int32_t systemAbilityId, Released& released);
+    static void Release(sptr<IRemoteObject>& object, Released& released);
+
+    // Called by SystemAbility.
+    bool Publish(SystemAbility* ability, const sptr<IRemoteObject>& object);
+    bool CancelIdle(SystemAbility* ability);
+    void ForgetAbility(SystemAbility* ability);
+
     std::mutex mutex_;
-    std::map<int32_t, sptr<IRemoteObject>> abilities_;
+    std::condition_variable changed_;      // any entry changed state, or a loader call ended
+    std::condition_variable unloadReady_;  // the unloading thread has work
+    std::map<int32_t, Entry> entries_;
+    std::set<int32_t> loading_;
+    std::deque<int32_t> unloadQueue_;
+    bool holdUnloads_ = false;
+    bool unloading_ = false;  // the unloading thread is inside one unload
+    std::thread unloadThread_;
+    Loader loader_;
+    StopListener stopListener_;
 };
 
 }  // namespace OHOS::Host

@@ -1,0 +1,146 @@
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "common_event_manager.h"
+#include "platform/eventfwk/common_event_bus.h"
+#include "platform/fault/fault_injection.h"
+
+namespace OHOS::EventFwk {
+namespace {
+
+const std::string RESTORE = "COMMON_EVENT_RESTORE_START";
+const std::string OTHER = "usual.event.OTHER";
+
+// Appends "<name>:<event>:<code>:<data>" to a shared log for every event it receives.
+class LoggingSubscriber : public CommonEventSubscriber {
+public:
+    LoggingSubscriber(const std::string& name, const std::vector<std::string>& events, int32_t priority,
+        std::vector<std::string>& log)
+        : CommonEventSubscriber(MakeInfo(events, priority)), name_(name), log_(log)
+    {
+    }
+    void OnReceiveEvent(const CommonEventData& data) override
+    {
+        log_.push_back(name_ + ":" + data.GetWant().GetAction() + ":" + std::to_string(data.GetCode()) + ":" +
+                       data.GetData());
+        if (onReceive) {
+            onReceive();
+        }
+    }
+    std::function<void()> onReceive;
+
+private:
+    static CommonEventSubscribeInfo MakeInfo(const std::vector<std::string>& events, int32_t priority)
+    {
+        MatchingSkills skills;
+        for (const auto& event : events) {
+            skills.AddEvent(event);
+        }
+        CommonEventSubscribeInfo info(skills);
+        info.SetPriority(priority);
+        return info;
+    }
+
+    std::string name_;
+    std::vector<std::string>& log_;
+};
+
+CommonEventData Event(const std::string& action, int32_t code = 0, const std::string& data = "")
+{
+    Want want;
+    want.SetAction(action);
+    return CommonEventData(want, code, data);
+}
+
+class CommonEventManagerTest : public testing::Test {
+protected:
+    void SetUp() override { Host::CommonEventBus::GetInstance().Reset(); }
+    void TearDown() override
+    {
+        Host::CommonEventBus::GetInstance().Reset();
+        Host::FaultInjection::ClearAll();
+    }
+    std::vector<std::string> log_;
+};
+
+TEST_F(CommonEventManagerTest, MatchingSubscribersReceiveByPriority)
+{
+    auto low = std::make_shared<LoggingSubscriber>("low", std::vector<std::string>{RESTORE}, 1, log_);
+    auto high = std::make_shared<LoggingSubscriber>("high", std::vector<std::string>{RESTORE, OTHER}, 10, log_);
+    auto lowToo = std::make_shared<LoggingSubscriber>("lowToo", std::vector<std::string>{RESTORE}, 1, log_);
+    auto other = std::make_shared<LoggingSubscriber>("other", std::vector<std::string>{OTHER}, 50, log_);
+    for (const auto& subscriber : {low, high, lowToo, other}) {
+        ASSERT_TRUE(CommonEventManager::SubscribeCommonEvent(subscriber));
+    }
+    EXPECT_TRUE(CommonEventManager::SubscribeCommonEvent(low));  // again: still delivered once
+
+    EXPECT_TRUE(CommonEventManager::PublishCommonEvent(Event(RESTORE, 3, "payload")));
+    // Higher priority first; equal priorities in the order they subscribed.
+    EXPECT_EQ(log_, (std::vector<std::string>{"high:" + RESTORE + ":3:payload", "low:" + RESTORE + ":3:payload",
+                        "lowToo:" + RESTORE + ":3:payload"}));
+
+    log_.clear();
+    EXPECT_TRUE(CommonEventManager::UnSubscribeCommonEvent(high));
+    EXPECT_FALSE(CommonEventManager::UnSubscribeCommonEvent(high));
+    EXPECT_TRUE(CommonEventManager::PublishCommonEvent(Event(OTHER)));
+    EXPECT_TRUE(CommonEventManager::PublishCommonEvent(Event("usual.event.NOBODY")));
+    EXPECT_EQ(log_, std::vector<std::string>{"other:" + OTHER + ":0:"});
+    EXPECT_FALSE(CommonEventManager::PublishCommonEvent(Event("")));
+}
+
+TEST_F(CommonEventManagerTest, SubscriptionsThatAreRefused)
+{
+    EXPECT_FALSE(CommonEventManager::SubscribeCommonEvent(nullptr));
+    auto nothingWanted = std::make_shared<LoggingSubscriber>("none", std::vector<std::string>{}, 0, log_);
+    EXPECT_FALSE(CommonEventManager::SubscribeCommonEvent(nothingWanted));
+
+    // An injected failure refuses one subscription, which then receives nothing.
+    auto restore = std::make_shared<LoggingSubscriber>("restore", std::vector<std::string>{RESTORE}, 1, log_);
+    {
+        Host::ScopedFault fault("CommonEventManager::SubscribeCommonEvent", 1);
+        EXPECT_FALSE(CommonEventManager::SubscribeCommonEvent(restore));
+        EXPECT_TRUE(CommonEventManager::PublishCommonEvent(Event(RESTORE)));
+        EXPECT_TRUE(log_.empty());
+        EXPECT_TRUE(CommonEventManager::SubscribeCommonEvent(restore));  // the fault was for one call
+    }
+    EXPECT_EQ(Host::CommonEventBus::GetInstance().SubscriberCount(), 1U);
+    EXPECT_TRUE(CommonEventManager::PublishCommonEvent(Event(RESTORE)));
+    EXPECT_EQ(log_.size(), 1U);
+}
+
+TEST_F(CommonEventManagerTest, SubscriberMayUnsubscribeWhileReceiving)
+{
+    auto once = std::make_shared<LoggingSubscriber>("once", std::vector<std::string>{RESTORE}, 2, log_);
+    auto always = std::make_shared<LoggingSubscriber>("always", std::vector<std::string>{RESTORE}, 1, log_);
+    std::weak_ptr<LoggingSubscriber> self = once;
+    once->onReceive = [self] { CommonEventManager::UnSubscribeCommonEvent(self.lock()); };
+    ASSERT_TRUE(CommonEventManager::SubscribeCommonEvent(once));
+    ASSERT_TRUE(CommonEventManager::SubscribeCommonEvent(always));
+
+    EXPECT_TRUE(CommonEventManager::PublishCommonEvent(Event(RESTORE)));
+    EXPECT_TRUE(CommonEventManager::PublishCommonEvent(Event(RESTORE)));
+    EXPECT_EQ(log_, (std::vector<std::string>{"once:" + RESTORE + ":0:", "always:" + RESTORE + ":0:",
+                        "always:" + RESTORE + ":0:"}));
+}
+
+TEST(MatchingSkillsTest, EventsAreKeptOnceInOrder)
+{
+    MatchingSkills skills;
+    skills.AddEvent("a");
+    skills.AddEvent("b");
+    skills.AddEvent("a");
+    EXPECT_EQ(skills.CountEvent(), 2U);
+    EXPECT_EQ(skills.GetEvent(1), "b");
+    EXPECT_EQ(skills.GetEvent(2), "");
+    EXPECT_TRUE(skills.HasEvent("a"));
+    EXPECT_FALSE(skills.HasEvent("A"));
+    skills.RemoveEvent("a");
+    EXPECT_FALSE(skills.MatchEvent("a"));
+    EXPECT_EQ(skills.GetEvents(), std::vector<std::string>{"b"});
+}
+
+}  // namespace
+}  // namespace OHOS::EventFwk
