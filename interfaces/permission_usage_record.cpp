@@ -5,9 +5,10 @@
 
 namespace OHOS::AppSecurityPrivacy::SecurityPrivacyServer::Record {
 
+// The base holds the reference count, which a copy must not share: it starts its own.
+// NOLINTNEXTLINE(bugprone-copy-constructor-init)
 PermissionUsageRecord::PermissionUsageRecord(const PermissionUsageRecord& other)
-    : OHOS::Parcelable(),
-      bundleName_(other.bundleName_),
+    : bundleName_(other.bundleName_),
       uid_(other.uid_),
       operationGroup_(other.operationGroup_),
       times_(other.times_),
@@ -20,8 +21,7 @@ PermissionUsageRecord::PermissionUsageRecord(const PermissionUsageRecord& other)
 }
 
 PermissionUsageRecord::PermissionUsageRecord(PermissionUsageRecord&& other) noexcept
-    : OHOS::Parcelable(),
-      bundleName_(std::move(other.bundleName_)),
+    : bundleName_(std::move(other.bundleName_)),
       uid_(other.uid_),
       operationGroup_(std::move(other.operationGroup_)),
       times_(other.times_),

@@ -7,9 +7,10 @@
 
 namespace OHOS::AppSecurityPrivacy::SecurityPrivacyServer::Record {
 
+// The base holds the reference count, which a copy must not share: it starts its own.
+// NOLINTNEXTLINE(bugprone-copy-constructor-init)
 PermissionUsageRecordQuery::PermissionUsageRecordQuery(const PermissionUsageRecordQuery& other)
-    : OHOS::Parcelable(),
-      userIds_(other.userIds_),
+    : userIds_(other.userIds_),
       bundleNames_(other.bundleNames_),
       operationGroups_(other.operationGroups_),
       operationModes_(other.operationModes_),
@@ -23,8 +24,7 @@ PermissionUsageRecordQuery::PermissionUsageRecordQuery(const PermissionUsageReco
 }
 
 PermissionUsageRecordQuery::PermissionUsageRecordQuery(PermissionUsageRecordQuery&& other) noexcept
-    : OHOS::Parcelable(),
-      userIds_(std::move(other.userIds_)),
+    : userIds_(std::move(other.userIds_)),
       bundleNames_(std::move(other.bundleNames_)),
       operationGroups_(std::move(other.operationGroups_)),
       operationModes_(std::move(other.operationModes_)),
@@ -79,8 +79,8 @@ bool PermissionUsageRecordQuery::operator==(const PermissionUsageRecordQuery& ot
     return userIds_ == other.userIds_ && bundleNames_ == other.bundleNames_ &&
            operationGroups_ == other.operationGroups_ && operationModes_ == other.operationModes_ &&
            appStates_ == other.appStates_ && screenStates_ == other.screenStates_ &&
-           beginTimestamp_ == other.beginTimestamp_ && endTimestamp_ == other.endTimestamp_ &&
-           limit_ == other.limit_ && order_ == other.order_;
+           beginTimestamp_ == other.beginTimestamp_ && endTimestamp_ == other.endTimestamp_ && limit_ == other.limit_ &&
+           order_ == other.order_;
 }
 
 bool PermissionUsageRecordQuery::Marshalling(OHOS::Parcel& parcel) const

@@ -43,8 +43,7 @@ void PermissionRecordManager::UnInitialize()
 bool PermissionRecordManager::IsForOvraApp(const PermissionUsageRecordQuery& query)
 {
     const auto& bundleNames = query.GetBundleNames();
-    return bundleNames.size() == 1 &&
-           Util::BundleMgrHelper::IsOvraApp(bundleNames.front(), query.GetUserIds().front());
+    return bundleNames.size() == 1 && Util::BundleMgrHelper::IsOvraApp(bundleNames.front(), query.GetUserIds().front());
 }
 
 int PermissionRecordManager::GetPermissionUsageSummary(

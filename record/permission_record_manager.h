@@ -32,7 +32,8 @@ public:
     // 401 unless the query names exactly one user; otherwise the chosen back-end's code, with its
     // records appended to `records`.
     int GetPermissionUsageSummary(const PermissionUsageRecordQuery& query, std::vector<PermissionUsageRecord>& records);
-    int GetPermissionUsageTimeline(const PermissionUsageRecordQuery& query, std::vector<PermissionUsageRecord>& records);
+    int GetPermissionUsageTimeline(
+        const PermissionUsageRecordQuery& query, std::vector<PermissionUsageRecord>& records);
 
 private:
     PermissionRecordManager() = default;

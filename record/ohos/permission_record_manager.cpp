@@ -327,9 +327,8 @@ int PermissionRecordManager::GetPermissionUsageTimeline(
     return RESULT_OK;
 }
 
-void PermissionRecordManager::AssembleTimelinePermissionUsageRecords(
-    const PermissionUsageRecordQuery& query, const BundleUsedRecord& bundleRecord,
-    std::vector<PermissionUsageRecord>& records)
+void PermissionRecordManager::AssembleTimelinePermissionUsageRecords(const PermissionUsageRecordQuery& query,
+    const BundleUsedRecord& bundleRecord, std::vector<PermissionUsageRecord>& records)
 {
     if (query.GetUserIds().empty() || query.GetOperationModes().empty()) {
         return;
@@ -338,7 +337,8 @@ void PermissionRecordManager::AssembleTimelinePermissionUsageRecords(
     if (!uid.has_value()) {
         return;
     }
-    if (!IsOfUser(Util::AccessTokenHelper::GetUserIdByAccessTokenId(bundleRecord.tokenId), query.GetUserIds().front())) {
+    if (!IsOfUser(
+            Util::AccessTokenHelper::GetUserIdByAccessTokenId(bundleRecord.tokenId), query.GetUserIds().front())) {
         return;
     }
     if (bundleRecord.permissionRecords.empty()) {
@@ -389,12 +389,9 @@ std::string PermissionRecordManager::GetEnumNameWithUsedTypeSuffix(
     PermissionOperationGroup group, PermissionUsedType type)
 {
     switch (type) {
-        case PICKER_TYPE:
-            return group.GetName() + "-P";
-        case SECURITY_COMPONENT_TYPE:
-            return group.GetName() + "-SC";
-        default:
-            return group.GetName();
+        case PICKER_TYPE: return group.GetName() + "-P";
+        case SECURITY_COMPONENT_TYPE: return group.GetName() + "-SC";
+        default: return group.GetName();
     }
 }
 
@@ -402,9 +399,8 @@ void PermissionRecordManager::SortAndLimit(
     const PermissionUsageRecordQuery& query, std::vector<PermissionUsageRecord>& records)
 {
     const bool oldestFirst = query.GetOrder() == PermissionUsageRecordQuery::ORDER_OLDEST_FIRST;
-    const auto before = [oldestFirst](int64_t left, int64_t right) {
-        return oldestFirst ? left < right : left > right;
-    };
+    const auto before = [oldestFirst](
+                            int64_t left, int64_t right) { return oldestFirst ? left < right : left > right; };
     // 0, 500 and more ask for the most a timeline gives; so does a negative limit, which asks for
     // nothing sensible and must not lift the bound.
     const int32_t limit = query.GetLimit();
@@ -429,9 +425,7 @@ void PermissionRecordManager::SortAndLimit(
             keys.emplace_back(records[i].GetBeginTimestamp(), i);
         }
         const auto keyBefore = [&before](const std::pair<int64_t, size_t>& left,
-                                   const std::pair<int64_t, size_t>& right) {
-            return before(left.first, right.first);
-        };
+                                   const std::pair<int64_t, size_t>& right) { return before(left.first, right.first); };
         const auto keptEnd = keys.begin() + static_cast<std::ptrdiff_t>(kept);
         std::nth_element(keys.begin(), keptEnd, keys.end(), keyBefore);
         std::sort(keys.begin(), keptEnd, keyBefore);

@@ -50,7 +50,8 @@ public:
     // bundle, the platform's code when its query fails.
     int GetPermissionUsageSummary(const PermissionUsageRecordQuery& query, std::vector<PermissionUsageRecord>& records);
     // Appends timeline records, then sorts and cuts the whole of `records`. Codes as the summary's.
-    int GetPermissionUsageTimeline(const PermissionUsageRecordQuery& query, std::vector<PermissionUsageRecord>& records);
+    int GetPermissionUsageTimeline(
+        const PermissionUsageRecordQuery& query, std::vector<PermissionUsageRecord>& records);
 
     // Fills everything of the platform request but its flag. The query's end is exclusive and the
     // platform's inclusive, so the request ends one millisecond earlier.
@@ -85,8 +86,7 @@ public:
 
     // The app and screen states that a summary under `flag` stands for; flags that are not summary
     // filters leave the record as it is.
-    static void SetOperationRecordState(
-        Security::AccessToken::PermissionUsageFlag flag, PermissionUsageRecord& record);
+    static void SetOperationRecordState(Security::AccessToken::PermissionUsageFlag flag, PermissionUsageRecord& record);
     // "CAMERA-P" for a picker use, "CAMERA-SC" for a security-component use, else "CAMERA".
     static std::string GetEnumNameWithUsedTypeSuffix(
         PermissionOperationGroup group, Security::AccessToken::PermissionUsedType type);

@@ -56,7 +56,8 @@ int PermissionRecordManager::Request(
     return ret;
 }
 
-int PermissionRecordManager::ToMessageRequest(const PermissionUsageRecordQuery& query, Model::Query<std::string>& request)
+int PermissionRecordManager::ToMessageRequest(
+    const PermissionUsageRecordQuery& query, Model::Query<std::string>& request)
 {
     Dto::RecordQueryDto dto;
     dto.bundleNames = query.GetBundleNames();

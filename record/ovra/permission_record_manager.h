@@ -46,7 +46,8 @@ public:
     // asked (not exactly one user, an unknown operation group name); else the code of
     // FromMessageResponse.
     int GetPermissionUsageSummary(const PermissionUsageRecordQuery& query, std::vector<PermissionUsageRecord>& records);
-    int GetPermissionUsageTimeline(const PermissionUsageRecordQuery& query, std::vector<PermissionUsageRecord>& records);
+    int GetPermissionUsageTimeline(
+        const PermissionUsageRecordQuery& query, std::vector<PermissionUsageRecord>& records);
 
     // The request's body is a compact RecordQueryDto. Operation groups without a container name
     // are left out; the limit is sent as 500 unless it is between 1 and 499.
@@ -58,8 +59,8 @@ private:
     PermissionRecordManager() = default;
     ~PermissionRecordManager() = default;
 
-    int Request(const char* action, const PermissionUsageRecordQuery& query,
-        std::vector<PermissionUsageRecord>& records);
+    int Request(
+        const char* action, const PermissionUsageRecordQuery& query, std::vector<PermissionUsageRecord>& records);
 };
 
 }  // namespace OHOS::AppSecurityPrivacy::SecurityPrivacyServer::Record::Ovra

@@ -102,15 +102,15 @@ TEST(PermissionUsageRecordQueryTest, RoundTripsThroughAParcelAndRefusesShortOrLy
     // A negative count and a string longer than the parcel are refused as well.
     OHOS::Parcel negative;
     ASSERT_TRUE(negative.WriteInt32(-1));
-    EXPECT_EQ(std::unique_ptr<PermissionUsageRecordQuery>(PermissionUsageRecordQuery::Unmarshalling(negative)),
-        nullptr);
+    EXPECT_EQ(
+        std::unique_ptr<PermissionUsageRecordQuery>(PermissionUsageRecordQuery::Unmarshalling(negative)), nullptr);
     OHOS::Parcel longString;
     ASSERT_TRUE(longString.WriteInt32(0));        // no users
     ASSERT_TRUE(longString.WriteInt32(1));        // one bundle name ...
     ASSERT_TRUE(longString.WriteInt32(1 << 30));  // ... of a gigabyte
     ASSERT_TRUE(longString.WriteString("abc"));
-    EXPECT_EQ(std::unique_ptr<PermissionUsageRecordQuery>(PermissionUsageRecordQuery::Unmarshalling(longString)),
-        nullptr);
+    EXPECT_EQ(
+        std::unique_ptr<PermissionUsageRecordQuery>(PermissionUsageRecordQuery::Unmarshalling(longString)), nullptr);
 }
 
 TEST(PermissionUsageRecordQueryTest, TextNamesEveryFieldAndCopiesAreIndependent)

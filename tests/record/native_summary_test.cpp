@@ -37,8 +37,8 @@ protected:
     {
         RecordDeviceTest::SetUp();
         cam_ = Install("com.example.cam", 100,
-            {CAMERA, MICROPHONE, LOCATION, APPROXIMATELY_LOCATION, READ_CALENDAR, READ_WHOLE_CALENDAR,
-                WRITE_CALENDAR, READ_MEDIA, INTERNET});
+            {CAMERA, MICROPHONE, LOCATION, APPROXIMATELY_LOCATION, READ_CALENDAR, READ_WHOLE_CALENDAR, WRITE_CALENDAR,
+                READ_MEDIA, INTERNET});
         map_ = Install("com.example.map", 100, {LOCATION, APPROXIMATELY_LOCATION, CAMERA});
         cam101_ = Install("com.example.cam", 101, {CAMERA, MICROPHONE});
         sys_ = Install("com.example.sys", 0, {CAMERA});
@@ -84,28 +84,32 @@ protected:
 TEST_F(NativeSummaryTest, AllowedUsesAddUpPerAppAndGroupOverTheRange)
 {
     const auto records = Summary(Query().Range(1000, 2000));
-    EXPECT_EQ(Sorted(records), Sorted({
-        {"com.example.cam", cam_.uid, "CAMERA", 3 + 2 + 10, 0, 0, 0, 1000, 2000},
-        {"com.example.cam", cam_.uid, "LOCATION", 1 + 2, 0, 0, 0, 1000, 2000},
-        {"com.example.cam", cam_.uid, "READ_CALENDAR", 1 + 4, 0, 0, 0, 1000, 2000},
-        {"com.example.cam", cam_.uid, "WRITE_CALENDAR", 5, 0, 0, 0, 1000, 2000},
-        {"com.example.cam", cam_.uid, "DOCUMENTS", 1, 0, 0, 0, 1000, 2000},
-        {"com.example.map", map_.uid, "LOCATION", 7, 0, 0, 0, 1000, 2000},
-        {"com.example.map", map_.uid, "CAMERA", 1, 0, 0, 0, 1000, 2000},
-        // The singleton app of user 0 belongs to every user's answer; user 101's copy of cam does not.
-        {"com.example.sys", sys_.uid, "CAMERA", 13, 0, 0, 0, 1000, 2000},
-    })) << "MICROPHONE was only rejected, INTERNET belongs to no group";
+    EXPECT_EQ(Sorted(records),
+        Sorted({
+            {"com.example.cam", cam_.uid, "CAMERA", 3 + 2 + 10, 0, 0, 0, 1000, 2000},
+            {"com.example.cam", cam_.uid, "LOCATION", 1 + 2, 0, 0, 0, 1000, 2000},
+            {"com.example.cam", cam_.uid, "READ_CALENDAR", 1 + 4, 0, 0, 0, 1000, 2000},
+            {"com.example.cam", cam_.uid, "WRITE_CALENDAR", 5, 0, 0, 0, 1000, 2000},
+            {"com.example.cam", cam_.uid, "DOCUMENTS", 1, 0, 0, 0, 1000, 2000},
+            {"com.example.map", map_.uid, "LOCATION", 7, 0, 0, 0, 1000, 2000},
+            {"com.example.map", map_.uid, "CAMERA", 1, 0, 0, 0, 1000, 2000},
+            // The singleton app of user 0 belongs to every user's answer; user 101's copy of cam does not.
+            {"com.example.sys", sys_.uid, "CAMERA", 13, 0, 0, 0, 1000, 2000},
+        }))
+        << "MICROPHONE was only rejected, INTERNET belongs to no group";
     EXPECT_NE(cam_.uid, cam101_.uid);
 
     // The same for user 101: its own copy of cam, and user 0's app again.
-    EXPECT_EQ(Sorted(Summary(Query().Users({101}).Range(1000, 2000))), Sorted({
-        {"com.example.cam", cam101_.uid, "CAMERA", 11, 0, 0, 0, 1000, 2000},
-        {"com.example.sys", sys_.uid, "CAMERA", 13, 0, 0, 0, 1000, 2000},
-    }));
+    EXPECT_EQ(Sorted(Summary(Query().Users({101}).Range(1000, 2000))),
+        Sorted({
+            {"com.example.cam", cam101_.uid, "CAMERA", 11, 0, 0, 0, 1000, 2000},
+            {"com.example.sys", sys_.uid, "CAMERA", 13, 0, 0, 0, 1000, 2000},
+        }));
     // A user without apps still sees user 0's.
-    EXPECT_EQ(Sorted(Summary(Query().Users({102}).Range(1000, 2000))), Sorted({
-        {"com.example.sys", sys_.uid, "CAMERA", 13, 0, 0, 0, 1000, 2000},
-    }));
+    EXPECT_EQ(Sorted(Summary(Query().Users({102}).Range(1000, 2000))),
+        Sorted({
+            {"com.example.sys", sys_.uid, "CAMERA", 13, 0, 0, 0, 1000, 2000},
+        }));
 
     // The range's end is exclusive: ending at 1999 drops the use at 1999; a range from 999 takes
     // the use at 999; summaries report the range as asked.
@@ -123,12 +127,13 @@ TEST_F(NativeSummaryTest, AllowedUsesAddUpPerAppAndGroupOverTheRange)
 
 TEST_F(NativeSummaryTest, RejectedUsesCountRejectionsOnly)
 {
-    EXPECT_EQ(Sorted(Summary(Query().Modes({-1}).Range(1000, 2000))), Sorted({
-        {"com.example.cam", cam_.uid, "CAMERA", 4, -1, 0, 0, 1000, 2000},
-        {"com.example.cam", cam_.uid, "MICROPHONE", 6, -1, 0, 0, 1000, 2000},
-        {"com.example.map", map_.uid, "LOCATION", 1, -1, 0, 0, 1000, 2000},
-        {"com.example.sys", sys_.uid, "CAMERA", 2, -1, 0, 0, 1000, 2000},
-    }));
+    EXPECT_EQ(Sorted(Summary(Query().Modes({-1}).Range(1000, 2000))),
+        Sorted({
+            {"com.example.cam", cam_.uid, "CAMERA", 4, -1, 0, 0, 1000, 2000},
+            {"com.example.cam", cam_.uid, "MICROPHONE", 6, -1, 0, 0, 1000, 2000},
+            {"com.example.map", map_.uid, "LOCATION", 1, -1, 0, 0, 1000, 2000},
+            {"com.example.sys", sys_.uid, "CAMERA", 2, -1, 0, 0, 1000, 2000},
+        }));
 }
 
 TEST_F(NativeSummaryTest, StateFiltersChooseThePlatformFlagAndTheLockedScreenWins)
@@ -169,20 +174,22 @@ TEST_F(NativeSummaryTest, StateFiltersChooseThePlatformFlagAndTheLockedScreenWin
     EXPECT_EQ(Sorted(Summary(Query().ScreenStates({2}).AppStates({1}).Range(1000, 2000))), Sorted(locked));
 
     // Background: app state 2, screen state 1 in the records.
-    EXPECT_EQ(Sorted(Summary(Query().AppStates({2}).Range(1000, 2000))), Sorted({
-        {"com.example.cam", cam_.uid, "CAMERA", 2, 0, 2, 1, 1000, 2000},
-        {"com.example.cam", cam_.uid, "LOCATION", 2, 0, 2, 1, 1000, 2000},
-        {"com.example.map", map_.uid, "LOCATION", 7, 0, 2, 1, 1000, 2000},
-        {"com.example.sys", sys_.uid, "CAMERA", 13, 0, 2, 1, 1000, 2000},
-    }));
+    EXPECT_EQ(Sorted(Summary(Query().AppStates({2}).Range(1000, 2000))),
+        Sorted({
+            {"com.example.cam", cam_.uid, "CAMERA", 2, 0, 2, 1, 1000, 2000},
+            {"com.example.cam", cam_.uid, "LOCATION", 2, 0, 2, 1, 1000, 2000},
+            {"com.example.map", map_.uid, "LOCATION", 7, 0, 2, 1, 1000, 2000},
+            {"com.example.sys", sys_.uid, "CAMERA", 13, 0, 2, 1, 1000, 2000},
+        }));
     // Foreground, narrowed to one group: app state 1, screen state 1.
-    EXPECT_EQ(Sorted(Summary(Query().AppStates({1}).Groups({"CALENDAR"}).Range(1000, 2000))), Sorted({
-        {"com.example.cam", cam_.uid, "READ_CALENDAR", 1 + 4, 0, 1, 1, 1000, 2000},
-        {"com.example.cam", cam_.uid, "WRITE_CALENDAR", 5, 0, 1, 1, 1000, 2000},
-    }));
+    EXPECT_EQ(Sorted(Summary(Query().AppStates({1}).Groups({"CALENDAR"}).Range(1000, 2000))),
+        Sorted({
+            {"com.example.cam", cam_.uid, "READ_CALENDAR", 1 + 4, 0, 1, 1, 1000, 2000},
+            {"com.example.cam", cam_.uid, "WRITE_CALENDAR", 5, 0, 1, 1, 1000, 2000},
+        }));
     // An unlocked-screen filter alone asks for the plain summary: every use counts.
-    const auto unlocked = Summary(Query().ScreenStates({1}).Groups({"CAMERA"}).Bundles({"com.example.cam"})
-                                      .Range(1000, 2000));
+    const auto unlocked =
+        Summary(Query().ScreenStates({1}).Groups({"CAMERA"}).Bundles({"com.example.cam"}).Range(1000, 2000));
     EXPECT_EQ(Sorted(unlocked), Sorted({{"com.example.cam", cam_.uid, "CAMERA", 15, 0, 0, 0, 1000, 2000}}));
 }
 
@@ -193,11 +200,11 @@ TEST_F(NativeSummaryTest, StatesOfOtherFlagsLeaveTheRecordAlone)
         int32_t appState;
         int32_t screenState;
     };
-    for (const auto& c : std::vector<Case>{{FLAG_PERMISSION_USAGE_SUMMARY, 0, 0},
-             {FLAG_PERMISSION_USAGE_SUMMARY_IN_SCREEN_LOCKED, 0, 2},
-             {FLAG_PERMISSION_USAGE_SUMMARY_IN_APP_BACKGROUND, 2, 1},
-             {FLAG_PERMISSION_USAGE_SUMMARY_IN_APP_FOREGROUND, 1, 1}, {FLAG_PERMISSION_USAGE_DETAIL, 7, 8},
-             {FLAG_PERMISSION_USAGE_SUMMARY_IN_SCREEN_UNLOCKED, 7, 8}, {static_cast<PermissionUsageFlag>(6), 7, 8}}) {
+    for (const auto& c :
+        std::vector<Case>{{FLAG_PERMISSION_USAGE_SUMMARY, 0, 0}, {FLAG_PERMISSION_USAGE_SUMMARY_IN_SCREEN_LOCKED, 0, 2},
+            {FLAG_PERMISSION_USAGE_SUMMARY_IN_APP_BACKGROUND, 2, 1},
+            {FLAG_PERMISSION_USAGE_SUMMARY_IN_APP_FOREGROUND, 1, 1}, {FLAG_PERMISSION_USAGE_DETAIL, 7, 8},
+            {FLAG_PERMISSION_USAGE_SUMMARY_IN_SCREEN_UNLOCKED, 7, 8}, {static_cast<PermissionUsageFlag>(6), 7, 8}}) {
         PermissionUsageRecord record;
         record.SetAppState(7);
         record.SetScreenState(8);
@@ -259,23 +266,23 @@ TEST_F(NativeSummaryTest, PlatformRequestEndsOneMillisecondEarlierAndNamesTheBun
 {
     auto& manager = NativeManager::GetInstance();
     PermissionUsedRequest request;
-    ASSERT_EQ(manager.TranslateQueryToPermissionUsedRequest(
-                  Query().Bundles({"com.example.map"}).Groups({"CAMERA", "LOCATION", "STORAGE"}).Range(10, 1000),
-                  request),
+    ASSERT_EQ(
+        manager.TranslateQueryToPermissionUsedRequest(
+            Query().Bundles({"com.example.map"}).Groups({"CAMERA", "LOCATION", "STORAGE"}).Range(10, 1000), request),
         0);
     EXPECT_EQ(request.beginTimeMillis, 10);
     EXPECT_EQ(request.endTimeMillis, 999);
     EXPECT_EQ(request.tokenId, map_.tokenId);
     EXPECT_EQ(request.bundleName, "com.example.map");
-    EXPECT_EQ(request.permissionList, (std::vector<std::string>{CAMERA, APPROXIMATELY_LOCATION, LOCATION,
-                                          "ohos.permission.LOCATION_IN_BACKGROUND"}));
+    EXPECT_EQ(request.permissionList,
+        (std::vector<std::string>{CAMERA, APPROXIMATELY_LOCATION, LOCATION, "ohos.permission.LOCATION_IN_BACKGROUND"}));
     EXPECT_FALSE(request.isRemote);
     EXPECT_TRUE(request.deviceId.empty());
 
     // All apps: token 0, no bundle name; groups overlap and their names repeat, in query order.
     PermissionUsedRequest all;
-    ASSERT_EQ(manager.TranslateQueryToPermissionUsedRequest(
-                  Query().Groups({"READ_CALENDAR", "CALENDAR"}).Range(0, 1), all),
+    ASSERT_EQ(
+        manager.TranslateQueryToPermissionUsedRequest(Query().Groups({"READ_CALENDAR", "CALENDAR"}).Range(0, 1), all),
         0);
     EXPECT_EQ(all.tokenId, 0U);
     EXPECT_TRUE(all.bundleName.empty());

@@ -36,8 +36,8 @@ protected:
         sys_ = Install("com.example.sys", 0, {CAMERA});
     }
 
-    static std::vector<PermissionUsageRecord> Timeline(const Record::PermissionUsageRecordQuery& query,
-        int expected = 0)
+    static std::vector<PermissionUsageRecord> Timeline(
+        const Record::PermissionUsageRecordQuery& query, int expected = 0)
     {
         std::vector<PermissionUsageRecord> records;
         EXPECT_EQ(Record::PermissionRecordManager::GetInstance().GetPermissionUsageTimeline(query, records), expected);
@@ -88,17 +88,17 @@ TEST_F(NativeTimelineTest, EveryUseIsOneRecordNamedWithItsUsedType)
     // Rejections: their own details, their own counts.
     const auto rejected = Timeline(Query().Modes({-1}).Range(0, 1000));
     EXPECT_EQ(Sorted(rejected), Sorted({
-        {"com.example.cam", cam_.uid, "MICROPHONE", 5, -1, 2, 2, 500, 500},
-        {"com.example.cam", cam_.uid, "CAMERA-SC", 1, -1, 1, 2, 300, 300},
-    }));
+                                    {"com.example.cam", cam_.uid, "MICROPHONE", 5, -1, 2, 2, 500, 500},
+                                    {"com.example.cam", cam_.uid, "CAMERA-SC", 1, -1, 1, 2, 300, 300},
+                                }));
 
-    EXPECT_EQ(NativeManager::GetEnumNameWithUsedTypeSuffix(PermissionOperationGroup::CAMERA, INVALID_USED_TYPE),
-        "CAMERA");
-    EXPECT_EQ(NativeManager::GetEnumNameWithUsedTypeSuffix(PermissionOperationGroup::WRITE_CALENDAR,
-                  SECURITY_COMPONENT_TYPE),
+    EXPECT_EQ(
+        NativeManager::GetEnumNameWithUsedTypeSuffix(PermissionOperationGroup::CAMERA, INVALID_USED_TYPE), "CAMERA");
+    EXPECT_EQ(
+        NativeManager::GetEnumNameWithUsedTypeSuffix(PermissionOperationGroup::WRITE_CALENDAR, SECURITY_COMPONENT_TYPE),
         "WRITE_CALENDAR-SC");
-    EXPECT_EQ(NativeManager::GetEnumNameWithUsedTypeSuffix(PermissionOperationGroup::CAMERA, PERM_USED_TYPE_BUTT),
-        "CAMERA");
+    EXPECT_EQ(
+        NativeManager::GetEnumNameWithUsedTypeSuffix(PermissionOperationGroup::CAMERA, PERM_USED_TYPE_BUTT), "CAMERA");
 }
 
 TEST_F(NativeTimelineTest, AppAndScreenFiltersKeepMatchingUsesOnly)
@@ -112,8 +112,8 @@ TEST_F(NativeTimelineTest, AppAndScreenFiltersKeepMatchingUsesOnly)
     EXPECT_EQ(Times(Timeline(Query().AppStates({2}).Range(0, 1000))), (std::vector<int64_t>{400, 300}));
     EXPECT_EQ(Times(Timeline(Query().ScreenStates({2}).Range(0, 1000))), (std::vector<int64_t>{400, 200}));
     EXPECT_EQ(Times(Timeline(Query().AppStates({1}).ScreenStates({2}).Range(0, 1000))), (std::vector<int64_t>{200}));
-    EXPECT_EQ(Times(Timeline(Query().AppStates({1, 2}).ScreenStates({1}).Range(0, 1000))),
-        (std::vector<int64_t>{300, 100}));
+    EXPECT_EQ(
+        Times(Timeline(Query().AppStates({1, 2}).ScreenStates({1}).Range(0, 1000))), (std::vector<int64_t>{300, 100}));
     // The platform's range is inclusive at both ends once the query's end is made inclusive.
     EXPECT_EQ(Times(Timeline(Query().Range(200, 400))), (std::vector<int64_t>{300, 200}));
     EXPECT_EQ(Times(Timeline(Query().Groups({"MICROPHONE"}).Range(0, 1000))), (std::vector<int64_t>{}));

@@ -7,8 +7,8 @@
 
 #include "platform/hilog/hilog_host.h"
 #include "record/ovra/operation_group_mapping.h"
-#include "record/ovra/record_dto.h"
 #include "record/ovra/permission_record_manager.h"
+#include "record/ovra/record_dto.h"
 #include "record/ovra/record_query_dto.h"
 #include "record/permission_operation_group.h"
 #include "tests/record/record_test_support.h"
@@ -26,11 +26,16 @@ namespace Dto = Record::Ovra::Dto;
 TEST(OvraOperationGroupMappingTest, ThirteenGroupsHaveAContainerNameBothWays)
 {
     const std::vector<std::pair<std::string, PermissionOperationGroup>> table = {
-        {"LOCATION", PermissionOperationGroup::LOCATION}, {"CAMERA", PermissionOperationGroup::CAMERA},
-        {"MICROPHONE", PermissionOperationGroup::MICROPHONE}, {"STORAGE", PermissionOperationGroup::STORAGE},
-        {"CONTACTS", PermissionOperationGroup::CONTACTS}, {"PHONE", PermissionOperationGroup::PHONE},
-        {"SMS", PermissionOperationGroup::SMS}, {"CALL_LOG", PermissionOperationGroup::CALL_LOG},
-        {"CALENDAR", PermissionOperationGroup::CALENDAR}, {"ACTIVITY_RECOGNITION", PermissionOperationGroup::SPORT},
+        {"LOCATION", PermissionOperationGroup::LOCATION},
+        {"CAMERA", PermissionOperationGroup::CAMERA},
+        {"MICROPHONE", PermissionOperationGroup::MICROPHONE},
+        {"STORAGE", PermissionOperationGroup::STORAGE},
+        {"CONTACTS", PermissionOperationGroup::CONTACTS},
+        {"PHONE", PermissionOperationGroup::PHONE},
+        {"SMS", PermissionOperationGroup::SMS},
+        {"CALL_LOG", PermissionOperationGroup::CALL_LOG},
+        {"CALENDAR", PermissionOperationGroup::CALENDAR},
+        {"ACTIVITY_RECOGNITION", PermissionOperationGroup::SPORT},
         {"SENSORS", PermissionOperationGroup::HEALTH},
         {"GET_INSTALLED_APPS", PermissionOperationGroup::GET_INSTALLED_BUNDLE_LIST},
         {"SCREEN_CAPTURE_AND_RECORDING", PermissionOperationGroup::PROJECT_MEDIA},
@@ -63,15 +68,16 @@ TEST(OvraOperationGroupMappingTest, ThirteenGroupsHaveAContainerNameBothWays)
 
 TEST(OvraRecordDtoTest, MissingAndMistypedMembersKeepTheDefaults)
 {
-    const auto query = nlohmann::json::parse(R"({"userId":"7","limit":2.5,"appStates":[1,"2",3],"x":1})")
-                           .get<Dto::RecordQueryDto>();
+    const auto query =
+        nlohmann::json::parse(R"({"userId":"7","limit":2.5,"appStates":[1,"2",3],"x":1})").get<Dto::RecordQueryDto>();
     EXPECT_EQ(query.userId, -1);
     EXPECT_EQ(query.limit, 500);
     EXPECT_EQ(query.appStates, (std::vector<int32_t>{1, 3}));
     EXPECT_TRUE(query.bundleNames.empty());
 
     const auto record = nlohmann::json::parse(R"({"operationGroup":7,"bundleName":null,
-        "beginTimestamp":18446744073709551615})").get<Dto::RecordDto>();
+        "beginTimestamp":18446744073709551615})")
+                            .get<Dto::RecordDto>();
     EXPECT_EQ(record.operationGroup, "");
     EXPECT_EQ(record.bundleName, "");
     EXPECT_EQ(record.uid, -1);
@@ -100,8 +106,8 @@ TEST(OvraToMessageRequestTest, TranslatesTheQueryForTheContainer)
         "screenStates":[1],"beginTimestamp":1000,"endTimestamp":2000,"limit":499,"order":1})"));
 
     // Native-only groups leave an empty list; the limit is 500 unless it is 1 to 499.
-    for (const auto& [limit, sent] : std::vector<std::pair<int32_t, int32_t>>{
-             {0, 500}, {500, 500}, {1000, 500}, {-3, 500}, {1, 1}, {499, 499}}) {
+    for (const auto& [limit, sent] :
+        std::vector<std::pair<int32_t, int32_t>>{{0, 500}, {500, 500}, {1000, 500}, {-3, 500}, {1, 1}, {499, 499}}) {
         Model::Query<std::string> r;
         ASSERT_EQ(manager.ToMessageRequest(Query().Groups({"DOCUMENTS", "ADS"}).Limit(limit), r), 0);
         const auto j = nlohmann::json::parse(r.body, nullptr, false);
@@ -171,9 +177,8 @@ TEST_F(OvraResponseTest, NoBodyIsAnEmptyAnswerAndAMalformedOneAFailure)
     EXPECT_EQ(log.Count(LOG_ERROR, "error response"), 2U);
     EXPECT_TRUE(records.empty());
 
-    for (const std::string malformed : {"{", "not json", "[]", "\"records\"", "42", "null", "{}",
-             R"({"records":{}})", R"({"records":"[]"})", R"({"records":null})", R"({"record":[]})",
-             "{\"records\":[]} trailing"}) {
+    for (const std::string malformed : {"{", "not json", "[]", "\"records\"", "42", "null", "{}", R"({"records":{}})",
+             R"({"records":"[]"})", R"({"records":null})", R"({"record":[]})", "{\"records\":[]} trailing"}) {
         log.Clear();
         EXPECT_EQ(Convert(malformed, records), PermissionRecordManager::RESULT_MALFORMED_ANSWER) << malformed;
         EXPECT_EQ(log.Count(LOG_ERROR, "error record result."), 1U) << malformed;

@@ -1,4 +1,3 @@
-#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -150,33 +149,30 @@ TEST_F(RecordFacadeTest, WithoutAContainerBrokerAContainerAppHasNoRecords)
 TEST_F(RecordFacadeTest, EveryInvalidQueryIsRefusedWithItsOwnLine)
 {
     struct Case {
-        std::function<void(Query&)> change;
+        Query query;
         std::string line;
     };
     const std::vector<Case> cases = {
-        {[](Query& q) { q.Bundles({"a", "b"}); }, "At most one bundle name can be config."},
-        {[](Query& q) { q.Modes({}); }, "OperationModes only support one mode."},
-        {[](Query& q) { q.Modes({0, -1}); }, "OperationModes only support one mode."},
-        {[](Query& q) { q.Modes({1}); }, "error operationModes."},
-        {[](Query& q) { q.Modes({-2}); }, "error operationModes."},
-        {[](Query& q) { q.AppStates({2, 1}); }, "error appStates."},
-        {[](Query& q) { q.AppStates({1, 1}); }, "error appStates."},
-        {[](Query& q) { q.AppStates({0}); }, "error appStates."},
-        {[](Query& q) { q.AppStates({1, 2, 3}); }, "error appStates."},
-        {[](Query& q) { q.ScreenStates({2, 1}); }, "error screenStates."},
-        {[](Query& q) { q.ScreenStates({3}); }, "error screenStates."},
-        {[](Query& q) { q.Groups({"CAMERA", "camera"}); }, "error operationGroup: camera"},
-        {[](Query& q) { q.Groups({"IMAGE_AND_VIDEO"}); }, "error operationGroup: IMAGE_AND_VIDEO"},
+        {Query().Bundles({"a", "b"}), "At most one bundle name can be config."},
+        {Query().Modes({}), "OperationModes only support one mode."},
+        {Query().Modes({0, -1}), "OperationModes only support one mode."},
+        {Query().Modes({1}), "error operationModes."},
+        {Query().Modes({-2}), "error operationModes."},
+        {Query().AppStates({2, 1}), "error appStates."},
+        {Query().AppStates({1, 1}), "error appStates."},
+        {Query().AppStates({0}), "error appStates."},
+        {Query().AppStates({1, 2, 3}), "error appStates."},
+        {Query().ScreenStates({2, 1}), "error screenStates."},
+        {Query().ScreenStates({3}), "error screenStates."},
+        {Query().Groups({"CAMERA", "camera"}), "error operationGroup: camera"},
+        {Query().Groups({"IMAGE_AND_VIDEO"}), "error operationGroup: IMAGE_AND_VIDEO"},
     };
     auto& manager = PermissionRecordManager::GetInstance();
     for (auto call : CALLS) {
         for (const auto& c : cases) {
-            Query query;
-            query.Range(0, 1000);
-            c.change(query);
             LogCapture log;
             std::vector<PermissionUsageRecord> records;
-            EXPECT_EQ((manager.*call)(query, records), 401) << c.line;
+            EXPECT_EQ((manager.*call)(c.query, records), 401) << c.line;
             EXPECT_TRUE(records.empty());
             EXPECT_EQ(log.Count(LOG_ERROR, c.line), 1U) << c.line;
             EXPECT_EQ(log.Count(LOG_ERROR, "TranslateSummaryQueryToPermissionUsedRequest failed: 401"), 1U) << c.line;
