@@ -75,7 +75,7 @@ public:
     void AssembleTimelinePermissionUsageRecords(const PermissionUsageRecordQuery& query,
         const Security::AccessToken::BundleUsedRecord& bundleRecord, std::vector<PermissionUsageRecord>& records);
     // Keeps the newest records (the oldest for order 1) up to the query's limit, ordered. Only the
-    // kept part is sorted: records with equal timestamps may come in any order.
+    // kept records are sorted: records with equal timestamps may come in any order.
     void SortAndLimit(const PermissionUsageRecordQuery& query, std::vector<PermissionUsageRecord>& records);
 
     // Logs the first rule the query breaks, at error level.

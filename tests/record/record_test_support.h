@@ -93,7 +93,7 @@ inline RecordTuple AsTuple(const Record::PermissionUsageRecord& r)
         r.GetScreenState(), r.GetBeginTimestamp(), r.GetEndTimestamp()};
 }
 
-// The records as tuples, sorted: for answers whose order is not part of the contract.
+// The records as tuples, sorted: for answers whose order is not promised.
 inline std::vector<RecordTuple> Sorted(const std::vector<Record::PermissionUsageRecord>& records)
 {
     std::vector<RecordTuple> tuples;
