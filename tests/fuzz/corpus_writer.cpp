@@ -1,0 +1,423 @@
+/*
+ * Writes the seed corpus of every fuzz target: real requests, replies, frames and container
+ * answers, marshalled by the same code that marshals them in service, so that the fuzzers start
+ * from inputs that pass the first checks and reach the code behind them.
+ *
+ *   asp_fuzz_corpus_writer OUT_DIR      (writes OUT_DIR/<target>/<seed>)
+ *
+ * scripts/fuzz.sh --write-corpus runs it into tests/fuzz/corpus; ctest fuzz_corpus_current checks
+ * that the committed seeds are still what it writes.
+ */
+#include <cstdint>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include <nlohmann/json.hpp>
+
+#include "interfaces/app_permission_group_info.h"
+#include "interfaces/checked_state_parameter.h"
+#include "interfaces/gtoken_info.h"
+#include "interfaces/gtoken_result_with_ret.h"
+#include "interfaces/permission_usage_record.h"
+#include "interfaces/permission_usage_record_query.h"
+#include "message_parcel.h"
+#include "permission/ovra/dto/app_permission_group_dto.h"
+#include "permission/ovra/dto/app_permission_groups_result_dto.h"
+#include "permission/ovra/dto/checked_state_command_dto.h"
+#include "permission/ovra/dto/checked_state_result_dto.h"
+#include "permission/ovra/dto/groups_by_app_query_dto.h"
+#include "permission/ovra/dto/groups_by_permission_query_dto.h"
+#include "platform/transport/frame_codec.h"
+#include "record/ovra/record_dto.h"
+#include "record/ovra/record_query_dto.h"
+#include "record/ovra/record_result.h"
+#include "tests/fuzz/parcel_read_fuzzer.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+namespace Srv = OHOS::AppSecurityPrivacy::SecurityPrivacyServer;
+namespace PermissionDto = Srv::Permission::Ovra::Dto;
+namespace RecordDto = Srv::Record::Ovra::Dto;
+using Bytes = std::vector<uint8_t>;
+using namespace AspFuzz;
+
+const char16_t* const INTERFACE_TOKEN = u"OHOS.AppSecurityPrivacy.SecurityPrivacyServiceIntf";
+constexpr uint32_t SA_ID = 65993;
+
+class SeedWriter {
+public:
+    explicit SeedWriter(fs::path root) : root_(std::move(root)) {}
+
+    void Write(const std::string& target, const std::string& name, const Bytes& bytes)
+    {
+        const fs::path dir = root_ / target;
+        fs::create_directories(dir);
+        std::ofstream out(dir / name, std::ios::binary | std::ios::trunc);
+        out.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+        ok_ = ok_ && out.good();
+    }
+
+    void WriteText(const std::string& target, const std::string& name, const std::string& text)
+    {
+        Write(target, name, Bytes(text.begin(), text.end()));
+    }
+
+    bool Ok() const { return ok_; }
+
+private:
+    fs::path root_;
+    bool ok_ = true;
+};
+
+Bytes BytesOf(const OHOS::Parcel& parcel)
+{
+    const auto* data = reinterpret_cast<const uint8_t*>(parcel.GetData());
+    return Bytes(data, data + parcel.GetDataSize());
+}
+
+// --- The records, as a client and the service fill them ---------------------------------------
+
+Srv::Permission::AppPermissionGroupInfo CameraInfo()
+{
+    Srv::Permission::AppPermissionGroupInfo info;
+    info.bundleName = "com.example.camera";
+    info.uid = 20010042;
+    info.permissionGroup = "CAMERA";
+    info.checkedState = "ALLOW_ONLY_WHILE_IN_USE";
+    info.shownStates = {"ALLOW_ONLY_WHILE_IN_USE", "ASK_EACH_TIME", "DENY"};
+    info.disabledStates = {};
+    info.disabledReason = "NONE";
+    info.flags = 1;
+    return info;
+}
+
+Srv::Permission::AppPermissionGroupInfo FixedLocationInfo()
+{
+    Srv::Permission::AppPermissionGroupInfo info;
+    info.bundleName = "com.example.maps";
+    info.uid = 20010043;
+    info.permissionGroup = "LOCATION";
+    info.checkedState = "ALLOW_ALL_THE_TIME";
+    info.shownStates = {"ALLOW_ALL_THE_TIME", "ALLOW_ONLY_WHILE_IN_USE", "ASK_EACH_TIME", "DENY"};
+    info.disabledStates = {"ASK_EACH_TIME", "DENY"};
+    info.disabledReason = "POLICY_OR_SYSTEM_FIXED";
+    info.flags = 4;
+    return info;
+}
+
+Srv::Record::PermissionUsageRecordQuery UsageQuery()
+{
+    Srv::Record::PermissionUsageRecordQuery query;
+    query.SetUserIds({100});
+    query.SetBundleNames({"com.example.camera", "com.example.maps"});
+    query.SetOperationGroups({"CAMERA", "LOCATION"});
+    query.SetOperationModes({0, 1});
+    query.SetAppStates({1, 2});
+    query.SetScreenStates({1});
+    query.SetBeginTimestamp(1700000000000);
+    query.SetEndTimestamp(1700086400000);
+    query.SetLimit(100);
+    query.SetOrder(Srv::Record::PermissionUsageRecordQuery::ORDER_OLDEST_FIRST);
+    return query;
+}
+
+Srv::Record::PermissionUsageRecord UsageRecord()
+{
+    Srv::Record::PermissionUsageRecord record;
+    record.SetBundleName("com.example.camera");
+    record.SetUid(20010042);
+    record.SetOperationGroup("CAMERA");
+    record.SetTimes(3);
+    record.SetOperationMode(0);
+    record.SetAppState(1);
+    record.SetScreenState(1);
+    record.SetBeginTimestamp(1700000100000);
+    record.SetEndTimestamp(1700000160000);
+    return record;
+}
+
+std::vector<Srv::GTokenInfo> GTokenInfos()
+{
+    return {
+        Srv::GTokenInfo("com.example.game", "AB:CD:EF:01", 9, {{"malicious-app", 1}, {"ads", 0}}),
+        Srv::GTokenInfo("com.example.chat", "", 1, {}),
+    };
+}
+
+// --- parcel_read: an operation script, then the parcel --------------------------------------
+
+Bytes Script(const std::vector<std::pair<ParcelOperation, uint8_t>>& operations, const OHOS::Parcel& parcel)
+{
+    Bytes input{static_cast<uint8_t>(operations.size())};
+    for (const auto& [operation, argument] : operations) {
+        input.push_back(operation);
+        input.push_back(argument);
+    }
+    const Bytes bytes = BytesOf(parcel);
+    input.insert(input.end(), bytes.begin(), bytes.end());
+    return input;
+}
+
+void WriteParcelSeeds(SeedWriter& out)
+{
+    const std::string target = "parcel_read";
+    {
+        OHOS::MessageParcel parcel;
+        parcel.WriteBool(true);
+        parcel.WriteInt8(-7);
+        parcel.WriteInt16(-300);
+        parcel.WriteInt32(-7788);
+        parcel.WriteInt64(1700000000000);
+        parcel.WriteUint8(200);
+        parcel.WriteUint16(60000);
+        parcel.WriteUint32(65993);
+        parcel.WriteUint64(0x100000000ULL);
+        parcel.WriteFloat(1.5F);
+        parcel.WriteDouble(-2.25);
+        parcel.WriteString("com.example.camera");
+        parcel.WriteString16(u"OHOS.AppSecurityPrivacy");
+        out.Write(target, "scalars_and_strings",
+            Script({{READ_BOOL, 0}, {READ_INT8, 0}, {READ_INT16, 0}, {READ_INT32, 0}, {READ_INT64, 0}, {READ_UINT8, 0},
+                       {READ_UINT16, 0}, {READ_UINT32, 0}, {READ_UINT64, 0}, {READ_FLOAT, 0}, {READ_DOUBLE, 0},
+                       {READ_STRING, 0}, {READ_STRING16, 0}},
+                parcel));
+    }
+    {
+        OHOS::MessageParcel parcel;
+        parcel.WriteBoolVector({true, false, true});
+        parcel.WriteInt8Vector({1, -2, 3, -4, 5});
+        parcel.WriteInt16Vector({-1, 2});
+        parcel.WriteInt32Vector({100, 101});
+        parcel.WriteInt64Vector({1, -1});
+        parcel.WriteUInt8Vector({0xAA, 0xBB, 0xCC});
+        parcel.WriteUInt16Vector({7});
+        parcel.WriteUInt32Vector({1, 2, 3});
+        parcel.WriteUInt64Vector({42});
+        parcel.WriteFloatVector({0.5F});
+        parcel.WriteDoubleVector({0.25, 4.0});
+        parcel.WriteStringVector({"CAMERA", "LOCATION", ""});
+        parcel.WriteString16Vector({u"a", u""});
+        out.Write(target, "vectors",
+            Script({{READ_BOOL_VECTOR, 0}, {READ_INT8_VECTOR, 0}, {READ_INT16_VECTOR, 0}, {READ_INT32_VECTOR, 0},
+                       {READ_INT64_VECTOR, 0}, {READ_UINT8_VECTOR, 0}, {READ_UINT16_VECTOR, 0}, {READ_UINT32_VECTOR, 0},
+                       {READ_UINT64_VECTOR, 0}, {READ_FLOAT_VECTOR, 0}, {READ_DOUBLE_VECTOR, 0},
+                       {READ_STRING_VECTOR, 0}, {READ_STRING16_VECTOR, 0}},
+                parcel));
+    }
+    {
+        OHOS::MessageParcel parcel;
+        parcel.WriteInterfaceToken(INTERFACE_TOKEN);
+        parcel.WriteString("com.example.camera");
+        parcel.WriteInt32(100);
+        parcel.WriteStringVector({"CAMERA", "LOCATION"});
+        out.Write(target, "request_groups_by_app",
+            Script({{READ_INTERFACE_TOKEN, 0}, {READ_STRING, 0}, {READ_INT32, 0}, {READ_STRING_VECTOR, 0}}, parcel));
+    }
+    {
+        OHOS::MessageParcel parcel;
+        const auto camera = CameraInfo();
+        const auto location = FixedLocationInfo();
+        parcel.WriteInt32(2);
+        parcel.WriteParcelable(&camera);
+        parcel.WriteParcelable(&location);
+        out.Write(target, "reply_group_infos",
+            Script(
+                {{READ_INT32, 0}, {READ_APP_PERMISSION_GROUP_INFO, 0}, {READ_APP_PERMISSION_GROUP_INFO, 0}}, parcel));
+    }
+    {
+        OHOS::MessageParcel parcel;
+        const Srv::Permission::CheckedStateParameter parameter("DENY", 3, 1);
+        parcel.WriteParcelable(&parameter);
+        out.Write(target, "checked_state_parameter", Script({{READ_CHECKED_STATE_PARAMETER, 0}}, parcel));
+    }
+    {
+        OHOS::MessageParcel parcel;
+        const auto query = UsageQuery();
+        const auto record = UsageRecord();
+        parcel.WriteParcelable(&query);
+        parcel.WriteParcelable(&record);
+        out.Write(target, "usage_query_and_record",
+            Script({{READ_PERMISSION_USAGE_RECORD_QUERY, 0}, {READ_PERMISSION_USAGE_RECORD, 0}}, parcel));
+    }
+    {
+        OHOS::MessageParcel parcel;
+        Srv::GTokenInfo::WriteList(parcel, GTokenInfos());
+        const Srv::GTokenResultWithRet answer(0, {{"com.example.game", "AB:CD:EF:01", 9, 1}});
+        parcel.WriteParcelable(&answer);
+        const auto info = GTokenInfos().front();
+        parcel.WriteParcelable(&info);
+        parcel.WriteParcelable(&info.policies.front());
+        parcel.WriteParcelable(&answer.results.front());
+        out.Write(target, "gtoken_records",
+            Script({{READ_GTOKEN_INFO_LIST, 0}, {READ_GTOKEN_RESULT_WITH_RET, 0}, {READ_GTOKEN_INFO, 0},
+                       {READ_GTOKEN_POLICY, 0}, {READ_GTOKEN_RESULT, 0}},
+                parcel));
+    }
+    {
+        OHOS::MessageParcel parcel;
+        const char raw[] = "raw-bytes";
+        parcel.WriteRawData(raw, sizeof(raw));
+        parcel.WriteNoException();
+        parcel.WriteCString("dump");
+        parcel.WriteBuffer("abcdef", 6);
+        out.Write(target, "raw_data_and_buffers",
+            Script({{READ_RAW_DATA, sizeof(raw)}, {READ_EXCEPTION, 0}, {READ_CSTRING, 0}, {READ_BUFFER, 6},
+                       {REWIND_READ, 0}, {SKIP_BYTES, 8}, {READ_REMOTE_OBJECT, 0}},
+                parcel));
+    }
+}
+
+// --- json_records: the container's answers and the service's questions ----------------------
+
+void WriteJsonSeeds(SeedWriter& out)
+{
+    const std::string target = "json_records";
+    nlohmann::json json;
+
+    PermissionDto::AppPermissionGroupDto camera;
+    camera.bundleName = "com.example.container.camera";
+    camera.uid = 20010100;
+    camera.permissionGroup = "CAMERA";
+    camera.checkedState = "ALLOW_ONLY_WHILE_IN_USE";
+    camera.shownStates = {"ALLOW_ONLY_WHILE_IN_USE", "ASK_EACH_TIME", "DENY"};
+    camera.flags = 1;
+    PermissionDto::AppPermissionGroupDto location = camera;
+    location.permissionGroup = "LOCATION";
+    location.checkedState = "DENY";
+    location.shownStates = {"ALLOW_ALL_THE_TIME", "ALLOW_ONLY_WHILE_IN_USE", "ASK_EACH_TIME", "DENY"};
+    location.disabledStates = {"ALLOW_ALL_THE_TIME"};
+    location.disabledReason = "POLICY_OR_SYSTEM_FIXED";
+    PermissionDto::AppPermissionGroupsResultDto groups;
+    groups.groups = {camera, location};
+    to_json(json, groups);
+    out.WriteText(target, "groups_answer", json.dump());
+    to_json(json, camera);
+    out.WriteText(target, "group", json.dump());
+
+    PermissionDto::CheckedStateCommandDto command{"com.example.container.camera", 20010100, "CAMERA", "DENY", 3, 1};
+    to_json(json, command);
+    out.WriteText(target, "checked_state_command", json.dump());
+    PermissionDto::CheckedStateResultDto result;
+    result.success = true;
+    to_json(json, result);
+    out.WriteText(target, "checked_state_answer", json.dump());
+
+    PermissionDto::GroupsByAppQueryDto byApp{"com.example.container.camera", 100, {"LOCATION", "CAMERA"}};
+    to_json(json, byApp);
+    out.WriteText(target, "groups_by_app_question", json.dump());
+    PermissionDto::GroupsByPermissionQueryDto byPermission{"CAMERA", 100, {"com.example.a", "com.example.b"}};
+    to_json(json, byPermission);
+    out.WriteText(target, "groups_by_permission_question", json.dump());
+
+    RecordDto::RecordDto record;
+    record.bundleName = "com.example.container.camera";
+    record.uid = 20010100;
+    record.operationGroup = "CAMERA";
+    record.times = 2;
+    record.appState = 1;
+    record.screenState = 1;
+    record.beginTimestamp = 1700000100000;
+    record.endTimestamp = 1700000160000;
+    RecordDto::RecordResult records;
+    records.records = {record, record};
+    records.records[1].operationGroup = "LOCATION";
+    records.records[1].operationMode = 1;
+    to_json(json, records);
+    out.WriteText(target, "records_answer", json.dump());
+    RecordDto::RecordQueryDto question;
+    question.bundleNames = {"com.example.container.camera"};
+    question.userId = 100;
+    question.operationGroups = {"CAMERA", "LOCATION"};
+    question.operationModes = {0};
+    question.appStates = {1, 2};
+    question.screenStates = {1, 2};
+    question.beginTimestamp = 1700000000000;
+    question.endTimestamp = 1700086400000;
+    to_json(json, question);
+    out.WriteText(target, "records_question", json.dump());
+
+    // What a container that speaks another version, or garbles its answer, might send.
+    out.WriteText(target, "mistyped_group",
+        R"({"groups":[{"bundleName":7,"uid":"20010100","permissionGroup":"CAMERA","checkedState":null,)"
+        R"("shownStates":["DENY",1],"flags":1.5},3,"x"]})");
+    out.WriteText(target, "large_numbers",
+        R"({"uid":4294967296,"flags":18446744073709551615,"userId":-2147483649,"records":[{"times":1e3}]})");
+}
+
+// --- frame_decoder: frames on the socket ----------------------------------------------------
+
+Bytes RequestStream(const std::vector<OHOS::Host::Transport::RequestFrame>& frames)
+{
+    Bytes stream;
+    for (const auto& frame : frames) {
+        const Bytes bytes = OHOS::Host::Transport::EncodeRequest(frame);
+        stream.insert(stream.end(), bytes.begin(), bytes.end());
+    }
+    return stream;
+}
+
+Bytes FrameInput(uint8_t options, const Bytes& pieces, const Bytes& stream)
+{
+    Bytes input{options, static_cast<uint8_t>(pieces.size())};
+    input.insert(input.end(), pieces.begin(), pieces.end());
+    input.insert(input.end(), stream.begin(), stream.end());
+    return input;
+}
+
+void WriteFrameSeeds(SeedWriter& out)
+{
+    using namespace OHOS::Host::Transport;
+    const std::string target = "frame_decoder";
+
+    OHOS::MessageParcel request;
+    request.WriteInterfaceToken(INTERFACE_TOKEN);
+    request.WriteString("com.example.camera");
+    request.WriteInt32(100);
+    request.WriteStringVector({"CAMERA"});
+    const RequestFrame groups{SA_ID, 1, 0, BytesOf(request)};
+    const RequestFrame unknown{SA_ID, 14, 0, {}};
+    const RequestFrame async{401, 7, FLAG_ASYNC, {0xAA, 0xBB, 0xCC}};
+    out.Write(target, "requests_whole", FrameInput(0, {}, RequestStream({groups, unknown, async})));
+    out.Write(target, "requests_in_pieces", FrameInput(0, {1, 7, 0, 19, 3}, RequestStream({groups, async})));
+    // A small cap (64 bytes) refuses the first frame from its header.
+    out.Write(target, "request_over_cap", FrameInput(4, {8}, RequestStream({groups})));
+    // Cut inside the payload.
+    Bytes cut = RequestStream({groups});
+    cut.resize(cut.size() - 5);
+    out.Write(target, "request_truncated", FrameInput(0, {}, cut));
+
+    OHOS::MessageParcel replyParcel;
+    const auto camera = CameraInfo();
+    replyParcel.WriteInt32(1);
+    replyParcel.WriteParcelable(&camera);
+    const Bytes reply = EncodeReply(ReplyFrame{0, BytesOf(replyParcel)});
+    const Bytes refused = EncodeReply(ReplyFrame{201, {}});
+    Bytes replies = reply;
+    replies.insert(replies.end(), refused.begin(), refused.end());
+    out.Write(target, "replies", FrameInput(1, {12, 1}, replies));
+    // A request where a reply is expected: refused by its magic.
+    out.Write(target, "reply_stream_bad_magic", FrameInput(1, {}, RequestStream({unknown})));
+}
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    if (argc != 2) {
+        std::fprintf(stderr, "usage: %s OUT_DIR\n", argv[0]);
+        return 2;
+    }
+    SeedWriter out{fs::path(argv[1])};
+    WriteParcelSeeds(out);
+    WriteJsonSeeds(out);
+    WriteFrameSeeds(out);
+    if (!out.Ok()) {
+        std::fprintf(stderr, "could not write every seed under %s\n", argv[1]);
+        return 1;
+    }
+    return 0;
+}

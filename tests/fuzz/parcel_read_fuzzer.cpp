@@ -1,0 +1,459 @@
+/*
+ * Every read of a parcel, on bytes a caller chose. A request parcel is the first thing the service
+ * reads from another process, so each read must stay inside the data, refuse what does not fit
+ * without moving, and give back values that write the way they were read.
+ *
+ * Input: one byte n, then n operations of two bytes (which read, an argument for the reads that
+ * take a size or a position), then the parcel's bytes.
+ *
+ * For every typed read that succeeds, the value written into a fresh parcel takes exactly the bytes
+ * it was read from and reads back equal; for every read that fails, the read position has not
+ * moved (and a vector read has left its output alone). Records of the interface (what the stub
+ * reads from requests and a client reads from replies) must survive a second trip through their
+ * own Marshalling.
+ */
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <type_traits>
+#include <vector>
+
+#include "interfaces/app_permission_group_info.h"
+#include "interfaces/checked_state_parameter.h"
+#include "interfaces/gtoken_info.h"
+#include "interfaces/gtoken_policy.h"
+#include "interfaces/gtoken_result.h"
+#include "interfaces/gtoken_result_with_ret.h"
+#include "interfaces/permission_usage_record.h"
+#include "interfaces/permission_usage_record_query.h"
+#include "message_parcel.h"
+#include "parcel.h"
+#include "tests/fuzz/fuzz_support.h"
+#include "tests/fuzz/parcel_read_fuzzer.h"
+
+namespace {
+
+namespace Srv = OHOS::AppSecurityPrivacy::SecurityPrivacyServer;
+using OHOS::MessageParcel;
+using OHOS::Parcel;
+using namespace AspFuzz;
+
+constexpr size_t WORD = 4;
+
+// Floating point values are compared by their bits: a NaN read from the wire must come back as the
+// same NaN.
+template <typename T>
+bool Same(const T& left, const T& right)
+{
+    if constexpr (std::is_floating_point_v<T>) {
+        return std::memcmp(&left, &right, sizeof(T)) == 0;
+    } else {
+        return left == right;
+    }
+}
+
+template <typename T>
+bool Same(const std::vector<T>& left, const std::vector<T>& right)
+{
+    if (left.size() != right.size()) {
+        return false;
+    }
+    for (size_t i = 0; i < left.size(); ++i) {
+        if (!Same<T>(left[i], right[i])) {
+            return false;
+        }
+    }
+    return true;
+}
+
+// A vector read that fails must leave its output as it found it; this is what it finds.
+template <typename T>
+T Sentinel()
+{
+    if constexpr (std::is_same_v<T, std::vector<std::string>>) {
+        return T{"untouched"};
+    } else if constexpr (std::is_same_v<T, std::vector<std::u16string>>) {
+        return T{u"untouched"};
+    } else {
+        return T(3, typename T::value_type{1});
+    }
+}
+
+template <typename T, typename Read, typename Write>
+void CheckRead(MessageParcel& parcel, Read read, Write write, const T& initial)
+{
+    const size_t before = parcel.GetReadPosition();
+    T value = initial;
+    if (!read(parcel, value)) {
+        FUZZ_CHECK(parcel.GetReadPosition() == before);
+        return;
+    }
+    const size_t after = parcel.GetReadPosition();
+    FUZZ_CHECK(after > before);
+    FUZZ_CHECK(after <= parcel.GetDataSize());
+    FUZZ_CHECK(after % WORD == 0);
+
+    Parcel copy;
+    FUZZ_CHECK(write(copy, value));
+    FUZZ_CHECK(copy.GetDataSize() == after - before);
+    T again = initial;
+    FUZZ_CHECK(read(copy, again));
+    FUZZ_CHECK(Same(value, again));
+    FUZZ_CHECK(copy.GetReadableBytes() == 0);
+}
+
+template <typename T, typename Read, typename Write>
+void CheckScalar(MessageParcel& parcel, Read read, Write write)
+{
+    CheckRead<T>(parcel, read, write, T{});
+}
+
+template <typename T, typename Read, typename Write>
+void CheckVector(MessageParcel& parcel, Read read, Write write)
+{
+    const T sentinel = Sentinel<T>();
+    const size_t before = parcel.GetReadPosition();
+    T output = sentinel;
+    if (!read(parcel, output)) {
+        FUZZ_CHECK(parcel.GetReadPosition() == before);
+        FUZZ_CHECK(Same(output, sentinel));
+        return;
+    }
+    FUZZ_CHECK(parcel.RewindRead(before));
+    CheckRead<T>(parcel, read, write, sentinel);
+}
+
+// The value-returning form either fails without moving (and answers zero) or moves by one item.
+template <typename T, typename Read>
+void CheckValueForm(MessageParcel& parcel, Read read, size_t itemSize)
+{
+    const size_t before = parcel.GetReadPosition();
+    const T value = read(parcel);
+    const size_t moved = parcel.GetReadPosition() - before;
+    FUZZ_CHECK(moved == 0 || moved == itemSize);
+    if (moved == 0) {
+        FUZZ_CHECK(Same(value, T{}));
+    }
+}
+
+// A record read from the parcel writes itself back as the bytes it came from, and reads back
+// equal.
+template <typename T>
+void CheckRecord(MessageParcel& parcel)
+{
+    const size_t before = parcel.GetReadPosition();
+    std::unique_ptr<T> record(parcel.ReadParcelable<T>());
+    FUZZ_CHECK(parcel.GetReadPosition() <= parcel.GetDataSize());
+    if (record == nullptr) {
+        return;
+    }
+    const size_t consumed = parcel.GetReadPosition() - before;
+    Parcel copy;
+    FUZZ_CHECK(copy.WriteParcelable(record.get()));
+    FUZZ_CHECK(copy.GetDataSize() == consumed);
+    std::unique_ptr<T> again(copy.ReadParcelable<T>());
+    FUZZ_CHECK(again != nullptr);
+    FUZZ_CHECK(*again == *record);
+}
+
+template <typename T>
+void CheckRecordText(MessageParcel& parcel)
+{
+    const size_t before = parcel.GetReadPosition();
+    std::unique_ptr<T> record(parcel.ReadParcelable<T>());
+    if (record != nullptr) {
+        // The text form goes into the service's log lines; it must take any content.
+        FUZZ_CHECK(!record->ToString().empty());
+    }
+    parcel.RewindRead(before);
+    CheckRecord<T>(parcel);
+}
+
+void CheckGTokenInfoList(MessageParcel& parcel)
+{
+    const size_t before = parcel.GetReadPosition();
+    std::vector<Srv::GTokenInfo> infos(1);
+    infos[0].bundleName = "untouched";
+    if (!Srv::GTokenInfo::ReadList(parcel, infos)) {
+        FUZZ_CHECK(parcel.GetReadPosition() == before);
+        FUZZ_CHECK(infos.size() == 1 && infos[0].bundleName == "untouched");
+        return;
+    }
+    const size_t consumed = parcel.GetReadPosition() - before;
+    Parcel copy;
+    FUZZ_CHECK(Srv::GTokenInfo::WriteList(copy, infos));
+    FUZZ_CHECK(copy.GetDataSize() == consumed);
+    std::vector<Srv::GTokenInfo> again;
+    FUZZ_CHECK(Srv::GTokenInfo::ReadList(copy, again));
+    FUZZ_CHECK(again == infos);
+}
+
+void CheckMessageParcelReads(MessageParcel& parcel, ParcelOperation operation, uint8_t argument)
+{
+    const size_t before = parcel.GetReadPosition();
+    switch (operation) {
+        case READ_INTERFACE_TOKEN: {
+            // Two words, then the name as a UTF-16 string: its length word, the units and their
+            // NUL, padded. Nothing moves when the token is not whole.
+            const std::u16string token = parcel.ReadInterfaceToken();
+            const size_t moved = parcel.GetReadPosition() - before;
+            const size_t tokenSize = 3 * WORD + (((token.size() + 1) * 2 + 3) & ~static_cast<size_t>(3));
+            FUZZ_CHECK(moved == tokenSize || (token.empty() && moved == 0));
+            break;
+        }
+        case READ_REMOTE_OBJECT:
+            // The bytes alone can never name a remote object: objects travel beside them.
+            FUZZ_CHECK(parcel.ReadRemoteObject() == nullptr);
+            FUZZ_CHECK(parcel.GetReadPosition() == before);
+            break;
+        case READ_RAW_DATA: {
+            const void* raw = parcel.ReadRawData(argument);
+            if (raw == nullptr) {
+                FUZZ_CHECK(parcel.GetReadPosition() == before);
+            } else {
+                FUZZ_CHECK(parcel.GetReadPosition() <= parcel.GetDataSize());
+            }
+            break;
+        }
+        default:
+            CheckValueForm<int32_t>(
+                parcel, [](MessageParcel& p) { return p.ReadException(); }, WORD);
+            break;
+    }
+}
+
+void CheckUnstructuredReads(MessageParcel& parcel, ParcelOperation operation, uint8_t argument)
+{
+    const size_t before = parcel.GetReadPosition();
+    const size_t size = parcel.GetDataSize();
+    switch (operation) {
+        case READ_BUFFER: {
+            const uint8_t* at = parcel.ReadBuffer(argument);
+            if (at == nullptr) {
+                FUZZ_CHECK(parcel.GetReadPosition() == before);
+            } else {
+                FUZZ_CHECK(before + argument <= size);
+                FUZZ_CHECK(at == reinterpret_cast<const uint8_t*>(parcel.GetData()) + before);
+            }
+            break;
+        }
+        case READ_CSTRING: {
+            const char* text = parcel.ReadCString();
+            if (text == nullptr) {
+                FUZZ_CHECK(parcel.GetReadPosition() == before);
+            } else {
+                FUZZ_CHECK(before + std::strlen(text) < size);
+            }
+            break;
+        }
+        case SKIP_BYTES:
+            parcel.SkipBytes(argument);
+            FUZZ_CHECK(parcel.GetReadPosition() >= before && parcel.GetReadPosition() <= size);
+            break;
+        default: {
+            const size_t target = static_cast<size_t>(argument) * WORD;
+            const bool moved = parcel.RewindRead(target);
+            FUZZ_CHECK(moved == (target <= size));
+            FUZZ_CHECK(parcel.GetReadPosition() == (moved ? target : before));
+            break;
+        }
+    }
+}
+
+// One read, chosen by `operation`; `argument` is a size or a position for those that take one.
+void RunOperation(MessageParcel& parcel, uint8_t operationByte, uint8_t argument)
+{
+    const auto operation = static_cast<ParcelOperation>(operationByte % PARCEL_OPERATION_COUNT);
+    switch (operation) {
+        case READ_BOOL:
+            CheckScalar<bool>(
+                parcel, [](Parcel& p, bool& v) { return p.ReadBool(v); },
+                [](Parcel& p, bool v) { return p.WriteBool(v); });
+            break;
+        case READ_INT8:
+            CheckScalar<int8_t>(
+                parcel, [](Parcel& p, int8_t& v) { return p.ReadInt8(v); },
+                [](Parcel& p, int8_t v) { return p.WriteInt8(v); });
+            break;
+        case READ_INT16:
+            CheckScalar<int16_t>(
+                parcel, [](Parcel& p, int16_t& v) { return p.ReadInt16(v); },
+                [](Parcel& p, int16_t v) { return p.WriteInt16(v); });
+            break;
+        case READ_INT32:
+            CheckScalar<int32_t>(
+                parcel, [](Parcel& p, int32_t& v) { return p.ReadInt32(v); },
+                [](Parcel& p, int32_t v) { return p.WriteInt32(v); });
+            break;
+        case READ_INT64:
+            CheckScalar<int64_t>(
+                parcel, [](Parcel& p, int64_t& v) { return p.ReadInt64(v); },
+                [](Parcel& p, int64_t v) { return p.WriteInt64(v); });
+            break;
+        case READ_UINT8:
+            CheckScalar<uint8_t>(
+                parcel, [](Parcel& p, uint8_t& v) { return p.ReadUint8(v); },
+                [](Parcel& p, uint8_t v) { return p.WriteUint8(v); });
+            break;
+        case READ_UINT16:
+            CheckScalar<uint16_t>(
+                parcel, [](Parcel& p, uint16_t& v) { return p.ReadUint16(v); },
+                [](Parcel& p, uint16_t v) { return p.WriteUint16(v); });
+            break;
+        case READ_UINT32:
+            CheckScalar<uint32_t>(
+                parcel, [](Parcel& p, uint32_t& v) { return p.ReadUint32(v); },
+                [](Parcel& p, uint32_t v) { return p.WriteUint32(v); });
+            break;
+        case READ_UINT64:
+            CheckScalar<uint64_t>(
+                parcel, [](Parcel& p, uint64_t& v) { return p.ReadUint64(v); },
+                [](Parcel& p, uint64_t v) { return p.WriteUint64(v); });
+            break;
+        case READ_FLOAT:
+            CheckScalar<float>(
+                parcel, [](Parcel& p, float& v) { return p.ReadFloat(v); },
+                [](Parcel& p, float v) { return p.WriteFloat(v); });
+            break;
+        case READ_DOUBLE:
+            CheckScalar<double>(
+                parcel, [](Parcel& p, double& v) { return p.ReadDouble(v); },
+                [](Parcel& p, double v) { return p.WriteDouble(v); });
+            break;
+        case READ_STRING:
+            CheckScalar<std::string>(
+                parcel, [](Parcel& p, std::string& v) { return p.ReadString(v); },
+                [](Parcel& p, const std::string& v) { return p.WriteString(v); });
+            break;
+        case READ_STRING16:
+            CheckScalar<std::u16string>(
+                parcel, [](Parcel& p, std::u16string& v) { return p.ReadString16(v); },
+                [](Parcel& p, const std::u16string& v) { return p.WriteString16(v); });
+            break;
+        case READ_BOOL_VECTOR:
+            CheckVector<std::vector<bool>>(
+                parcel, [](Parcel& p, std::vector<bool>& v) { return p.ReadBoolVector(&v); },
+                [](Parcel& p, const std::vector<bool>& v) { return p.WriteBoolVector(v); });
+            break;
+        case READ_INT8_VECTOR:
+            CheckVector<std::vector<int8_t>>(
+                parcel, [](Parcel& p, std::vector<int8_t>& v) { return p.ReadInt8Vector(&v); },
+                [](Parcel& p, const std::vector<int8_t>& v) { return p.WriteInt8Vector(v); });
+            break;
+        case READ_INT16_VECTOR:
+            CheckVector<std::vector<int16_t>>(
+                parcel, [](Parcel& p, std::vector<int16_t>& v) { return p.ReadInt16Vector(&v); },
+                [](Parcel& p, const std::vector<int16_t>& v) { return p.WriteInt16Vector(v); });
+            break;
+        case READ_INT32_VECTOR:
+            CheckVector<std::vector<int32_t>>(
+                parcel, [](Parcel& p, std::vector<int32_t>& v) { return p.ReadInt32Vector(&v); },
+                [](Parcel& p, const std::vector<int32_t>& v) { return p.WriteInt32Vector(v); });
+            break;
+        case READ_INT64_VECTOR:
+            CheckVector<std::vector<int64_t>>(
+                parcel, [](Parcel& p, std::vector<int64_t>& v) { return p.ReadInt64Vector(&v); },
+                [](Parcel& p, const std::vector<int64_t>& v) { return p.WriteInt64Vector(v); });
+            break;
+        case READ_UINT8_VECTOR:
+            CheckVector<std::vector<uint8_t>>(
+                parcel, [](Parcel& p, std::vector<uint8_t>& v) { return p.ReadUInt8Vector(&v); },
+                [](Parcel& p, const std::vector<uint8_t>& v) { return p.WriteUInt8Vector(v); });
+            break;
+        case READ_UINT16_VECTOR:
+            CheckVector<std::vector<uint16_t>>(
+                parcel, [](Parcel& p, std::vector<uint16_t>& v) { return p.ReadUInt16Vector(&v); },
+                [](Parcel& p, const std::vector<uint16_t>& v) { return p.WriteUInt16Vector(v); });
+            break;
+        case READ_UINT32_VECTOR:
+            CheckVector<std::vector<uint32_t>>(
+                parcel, [](Parcel& p, std::vector<uint32_t>& v) { return p.ReadUInt32Vector(&v); },
+                [](Parcel& p, const std::vector<uint32_t>& v) { return p.WriteUInt32Vector(v); });
+            break;
+        case READ_UINT64_VECTOR:
+            CheckVector<std::vector<uint64_t>>(
+                parcel, [](Parcel& p, std::vector<uint64_t>& v) { return p.ReadUInt64Vector(&v); },
+                [](Parcel& p, const std::vector<uint64_t>& v) { return p.WriteUInt64Vector(v); });
+            break;
+        case READ_FLOAT_VECTOR:
+            CheckVector<std::vector<float>>(
+                parcel, [](Parcel& p, std::vector<float>& v) { return p.ReadFloatVector(&v); },
+                [](Parcel& p, const std::vector<float>& v) { return p.WriteFloatVector(v); });
+            break;
+        case READ_DOUBLE_VECTOR:
+            CheckVector<std::vector<double>>(
+                parcel, [](Parcel& p, std::vector<double>& v) { return p.ReadDoubleVector(&v); },
+                [](Parcel& p, const std::vector<double>& v) { return p.WriteDoubleVector(v); });
+            break;
+        case READ_STRING_VECTOR:
+            CheckVector<std::vector<std::string>>(
+                parcel, [](Parcel& p, std::vector<std::string>& v) { return p.ReadStringVector(&v); },
+                [](Parcel& p, const std::vector<std::string>& v) { return p.WriteStringVector(v); });
+            break;
+        case READ_STRING16_VECTOR:
+            CheckVector<std::vector<std::u16string>>(
+                parcel, [](Parcel& p, std::vector<std::u16string>& v) { return p.ReadString16Vector(&v); },
+                [](Parcel& p, const std::vector<std::u16string>& v) { return p.WriteString16Vector(v); });
+            break;
+        case READ_INT32_VALUE:
+            CheckValueForm<int32_t>(
+                parcel, [](Parcel& p) { return p.ReadInt32(); }, WORD);
+            break;
+        case READ_INT64_VALUE:
+            CheckValueForm<int64_t>(
+                parcel, [](Parcel& p) { return p.ReadInt64(); }, sizeof(int64_t));
+            break;
+        case READ_BOOL_VALUE:
+            CheckValueForm<bool>(
+                parcel, [](Parcel& p) { return p.ReadBool(); }, WORD);
+            break;
+        case READ_DOUBLE_VALUE:
+            CheckValueForm<double>(
+                parcel, [](Parcel& p) { return p.ReadDouble(); }, sizeof(double));
+            break;
+        case READ_APP_PERMISSION_GROUP_INFO: CheckRecordText<Srv::Permission::AppPermissionGroupInfo>(parcel); break;
+        case READ_CHECKED_STATE_PARAMETER: CheckRecordText<Srv::Permission::CheckedStateParameter>(parcel); break;
+        case READ_PERMISSION_USAGE_RECORD: CheckRecordText<Srv::Record::PermissionUsageRecord>(parcel); break;
+        case READ_PERMISSION_USAGE_RECORD_QUERY:
+            CheckRecordText<Srv::Record::PermissionUsageRecordQuery>(parcel);
+            break;
+        case READ_GTOKEN_INFO: CheckRecord<Srv::GTokenInfo>(parcel); break;
+        case READ_GTOKEN_POLICY: CheckRecord<Srv::GTokenPolicy>(parcel); break;
+        case READ_GTOKEN_RESULT: CheckRecord<Srv::GTokenResult>(parcel); break;
+        case READ_GTOKEN_RESULT_WITH_RET: CheckRecord<Srv::GTokenResultWithRet>(parcel); break;
+        case READ_GTOKEN_INFO_LIST: CheckGTokenInfoList(parcel); break;
+        case READ_INTERFACE_TOKEN:
+        case READ_REMOTE_OBJECT:
+        case READ_RAW_DATA:
+        case READ_EXCEPTION: CheckMessageParcelReads(parcel, operation, argument); break;
+        default: CheckUnstructuredReads(parcel, operation, argument); break;
+    }
+    FUZZ_CHECK(parcel.GetReadPosition() <= parcel.GetDataSize());
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+{
+    AspFuzz::FuzzInput input(data, size);
+    const unsigned count = input.TakeByte() % (MAX_PARCEL_OPERATIONS + 1);
+    std::vector<uint8_t> operations = input.TakeBytes(static_cast<size_t>(count) * 2);
+    operations.resize(static_cast<size_t>(count) * 2, 0);
+    const std::vector<uint8_t> bytes = input.TakeRest();
+
+    MessageParcel parcel;
+    // A parcel holds whole words: anything else is refused and leaves the parcel empty.
+    const bool parsed = parcel.ParseFrom(reinterpret_cast<uintptr_t>(bytes.data()), bytes.size());
+    FUZZ_CHECK(parsed == (bytes.size() % WORD == 0));
+    if (!parsed) {
+        FUZZ_CHECK(parcel.GetDataSize() == 0);
+        const std::vector<uint8_t> padded = AspFuzz::PadToWords(bytes);
+        FUZZ_CHECK(parcel.ParseFrom(reinterpret_cast<uintptr_t>(padded.data()), padded.size()));
+    }
+    for (unsigned i = 0; i < count; ++i) {
+        RunOperation(parcel, operations[2 * i], operations[2 * i + 1]);
+    }
+    return 0;
+}
