@@ -126,16 +126,22 @@ OHOS::sptr<OHOS::IRemoteObject> ServiceHostTest::Start(const OHOS::SystemAbility
     return SystemAbilityManager::GetInstance().StartAbility(SA_ID, reason);
 }
 
-bool ServiceHostTest::WaitUntilStopped()
+bool ServiceHostTest::WaitFor(const std::function<bool()>& condition)
 {
     const auto deadline = std::chrono::steady_clock::now() + WAIT;
-    while (SystemAbilityManager::GetInstance().IsRunning(SA_ID)) {
+    while (!condition()) {
         if (std::chrono::steady_clock::now() > deadline) {
             return false;
         }
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
-    return SystemAbilityManager::GetInstance().WaitForUnloads(WAIT);
+    return true;
+}
+
+bool ServiceHostTest::WaitUntilStopped()
+{
+    return WaitFor([] { return !SystemAbilityManager::GetInstance().IsRunning(SA_ID); }) &&
+           SystemAbilityManager::GetInstance().WaitForUnloads(WAIT);
 }
 
 OHOS::sptr<OHOS::IRemoteObject> ServiceHostTest::RemoteFor(const CallerIdentity& caller)

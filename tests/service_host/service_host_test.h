@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -68,6 +69,8 @@ protected:
     OHOS::sptr<OHOS::IRemoteObject> Start(const OHOS::SystemAbilityOnDemandReason& reason = InterfaceCall());
     // Waits until the manager has stopped the ability (an unload asked for by the service itself).
     bool WaitUntilStopped();
+    // Waits until `condition` holds; false when it did not in time.
+    static bool WaitFor(const std::function<bool()>& condition);
     // The service's remote object as a client process holding `caller` reaches it: every request
     // travels in a copied parcel and is served under the caller's identity.
     OHOS::sptr<OHOS::IRemoteObject> RemoteFor(const OHOS::Host::CallerIdentity& caller);
