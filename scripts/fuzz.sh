@@ -13,7 +13,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-all_targets=(parcel_read json_records frame_decoder)
+all_targets=(parcel_read json_records frame_decoder service_stub)
 seconds=300
 runs=""
 smoke=0
@@ -61,7 +61,7 @@ for t in "${targets[@]}"; do
   [ -d "tests/fuzz/regressions/$t" ] && seeds+=("tests/fuzz/regressions/$t")
   limit=(-max_total_time="$seconds")
   [ -n "$runs" ] && limit=(-runs="$runs")
-  echo "== fuzz: $t (${runs:+$runs runs}${runs:-$seconds s})"
+  if [ -n "$runs" ]; then echo "== fuzz: $t ($runs runs)"; else echo "== fuzz: $t ($seconds s)"; fi
   log="build/fuzz/work/$t.log"
   if "$binary" "${limit[@]}" -timeout=10 -rss_limit_mb=2048 -max_len=4096 -print_final_stats=1 \
       -artifact_prefix="$findings/" "$work" "${seeds[@]}" >"$log" 2>&1; then

@@ -23,6 +23,10 @@
 #include "interfaces/gtoken_result_with_ret.h"
 #include "interfaces/permission_usage_record.h"
 #include "interfaces/permission_usage_record_query.h"
+#include "interfaces/security_privacy_service_proxy.h"
+#include "ipc_types.h"
+#include "iremote_object.h"
+#include "message_option.h"
 #include "message_parcel.h"
 #include "permission/ovra/dto/app_permission_group_dto.h"
 #include "permission/ovra/dto/app_permission_groups_result_dto.h"
@@ -30,11 +34,13 @@
 #include "permission/ovra/dto/checked_state_result_dto.h"
 #include "permission/ovra/dto/groups_by_app_query_dto.h"
 #include "permission/ovra/dto/groups_by_permission_query_dto.h"
+#include "platform/hilog/hilog_host.h"
 #include "platform/transport/frame_codec.h"
 #include "record/ovra/record_dto.h"
 #include "record/ovra/record_query_dto.h"
 #include "record/ovra/record_result.h"
 #include "tests/fuzz/parcel_read_fuzzer.h"
+#include "tests/fuzz/service_stub_fuzzer.h"
 
 namespace {
 
@@ -45,7 +51,6 @@ namespace RecordDto = Srv::Record::Ovra::Dto;
 using Bytes = std::vector<uint8_t>;
 using namespace AspFuzz;
 
-const char16_t* const INTERFACE_TOKEN = u"OHOS.AppSecurityPrivacy.SecurityPrivacyServiceIntf";
 constexpr uint32_t SA_ID = 65993;
 
 class SeedWriter {
@@ -113,9 +118,9 @@ Srv::Record::PermissionUsageRecordQuery UsageQuery()
 {
     Srv::Record::PermissionUsageRecordQuery query;
     query.SetUserIds({100});
-    query.SetBundleNames({"com.example.camera", "com.example.maps"});
+    query.SetBundleNames({"com.example.camera"});
     query.SetOperationGroups({"CAMERA", "LOCATION"});
-    query.SetOperationModes({0, 1});
+    query.SetOperationModes({0});
     query.SetAppStates({1, 2});
     query.SetScreenStates({1});
     query.SetBeginTimestamp(1700000000000);
@@ -210,7 +215,7 @@ void WriteParcelSeeds(SeedWriter& out)
     }
     {
         OHOS::MessageParcel parcel;
-        parcel.WriteInterfaceToken(INTERFACE_TOKEN);
+        parcel.WriteInterfaceToken(Srv::SecurityPrivacyServiceIntf::GetDescriptor());
         parcel.WriteString("com.example.camera");
         parcel.WriteInt32(100);
         parcel.WriteStringVector({"CAMERA", "LOCATION"});
@@ -374,7 +379,7 @@ void WriteFrameSeeds(SeedWriter& out)
     const std::string target = "frame_decoder";
 
     OHOS::MessageParcel request;
-    request.WriteInterfaceToken(INTERFACE_TOKEN);
+    request.WriteInterfaceToken(Srv::SecurityPrivacyServiceIntf::GetDescriptor());
     request.WriteString("com.example.camera");
     request.WriteInt32(100);
     request.WriteStringVector({"CAMERA"});
@@ -403,6 +408,162 @@ void WriteFrameSeeds(SeedWriter& out)
     out.Write(target, "reply_stream_bad_magic", FrameInput(1, {}, RequestStream({unknown})));
 }
 
+// --- service_stub: requests as the service's own proxy writes them ---------------------------
+
+// Stands where the service would be and keeps the last request the proxy sent.
+class CapturingRemote : public OHOS::IRemoteObject {
+public:
+    int SendRequest(uint32_t code, OHOS::MessageParcel& data, OHOS::MessageParcel& /*reply*/,
+        OHOS::MessageOption& /*option*/) override
+    {
+        code_ = code;
+        bytes_ = BytesOf(data);
+        return OHOS::ERR_TRANSACTION_FAILED;
+    }
+    uint32_t Code() const { return code_; }
+    const Bytes& Request() const { return bytes_; }
+
+private:
+    uint32_t code_ = 0;
+    Bytes bytes_;
+};
+
+class StubSeeds {
+public:
+    explicit StubSeeds(SeedWriter& out)
+        : out_(out), remote_(new CapturingRemote()), proxy_(OHOS::sptr<OHOS::IRemoteObject>(remote_.GetRefPtr()))
+    {
+    }
+
+    Srv::SecurityPrivacyServiceProxy& Proxy() { return proxy_; }
+
+    // The request the proxy sent last, from `caller`, with the broker answering `answer` when it
+    // is not empty.
+    void Keep(const std::string& name, uint8_t caller, const std::string& answer = "", int8_t answerCode = 0)
+    {
+        const uint8_t flags = static_cast<uint8_t>(caller | (answer.empty() ? 0 : CALL_WITH_BROKER));
+        out_.Write(
+            "service_stub", name, EncodeStubInput(remote_->Code(), flags, answerCode, answer, remote_->Request()));
+    }
+
+    // A request of `code` whose bytes the fuzzer puts after the interface token itself.
+    void KeepWithoutToken(const std::string& name, uint32_t code, uint8_t caller, const OHOS::Parcel& arguments)
+    {
+        out_.Write("service_stub", name,
+            EncodeStubInput(code, static_cast<uint8_t>(caller | CALL_WITH_TOKEN), 0, "", BytesOf(arguments)));
+    }
+
+private:
+    SeedWriter& out_;
+    OHOS::sptr<CapturingRemote> remote_;
+    Srv::SecurityPrivacyServiceProxy proxy_;
+};
+
+std::string ContainerGroupsAnswer()
+{
+    PermissionDto::AppPermissionGroupDto camera;
+    camera.bundleName = "com.example.container.chat";
+    camera.uid = 20010006;
+    camera.permissionGroup = "CAMERA";
+    camera.checkedState = "ALLOW_ONLY_WHILE_IN_USE";
+    camera.shownStates = {"ALLOW_ONLY_WHILE_IN_USE", "ASK_EACH_TIME", "DENY"};
+    camera.flags = 1;
+    PermissionDto::AppPermissionGroupsResultDto groups;
+    groups.groups = {camera};
+    nlohmann::json json;
+    to_json(json, groups);
+    return json.dump();
+}
+
+std::string ContainerRecordsAnswer()
+{
+    RecordDto::RecordDto record;
+    record.bundleName = "com.example.container.chat";
+    record.uid = 20010006;
+    record.operationGroup = "CAMERA";
+    record.times = 4;
+    record.appState = 1;
+    record.screenState = 1;
+    record.beginTimestamp = 1700000100000;
+    record.endTimestamp = 1700000160000;
+    RecordDto::RecordResult result;
+    result.records = {record};
+    nlohmann::json json;
+    to_json(json, result);
+    return json.dump();
+}
+
+void WriteStubSeeds(SeedWriter& out)
+{
+    StubSeeds seeds(out);
+    auto& proxy = seeds.Proxy();
+    std::vector<Srv::Record::PermissionUsageRecord> records;
+
+    proxy.GetAppPermissionGroupInfosByApp("com.example.camera", 100, {"CAMERA", "MICROPHONE"});
+    seeds.Keep("groups_by_app", SETTINGS);
+    seeds.Keep("groups_by_app_third_party", THIRD_PARTY_APP);
+    seeds.Keep("groups_by_app_no_permission", SYSTEM_APP_WITHOUT_PERMISSIONS);
+    proxy.GetAppPermissionGroupInfosByApp("com.example.container.chat", 100, {"CAMERA"});
+    seeds.Keep("groups_by_app_container", SETTINGS, ContainerGroupsAnswer());
+    proxy.GetAppPermissionGroupInfosByApp("{\"bundleNames\":[\"com.example.container.chat\"]}", -7788, {});
+    seeds.Keep("clone_query", SETTINGS, "{\"permissions\":[]}");
+    proxy.GetAppPermissionGroupInfosByPermission("LOCATION", 100, {});
+    seeds.Keep("groups_by_permission", SETTINGS);
+    proxy.GetAppPermissionGroupInfosByPermission("CAMERA", 100, {"com.example.camera", "com.example.container.chat"});
+    seeds.Keep("groups_by_permission_mixed", SETTINGS, ContainerGroupsAnswer());
+
+    proxy.SetAppPermissionGroupCheckedState(
+        "com.example.camera", 100, "CAMERA", Srv::Permission::CheckedStateParameter("DENY", 3, 1));
+    seeds.Keep("set_deny", SETTINGS);
+    seeds.Keep("set_deny_revoke_only", SETTINGS_REVOKE_ONLY);
+    seeds.Keep("set_deny_grant_only", SETTINGS_GRANT_ONLY);
+    proxy.SetAppPermissionGroupCheckedState(
+        "com.example.maps", 100, "LOCATION", Srv::Permission::CheckedStateParameter("ALLOW_ONLY_WHILE_IN_USE", 1, 1));
+    seeds.Keep("set_allow_while_in_use", SETTINGS);
+    seeds.Keep("set_allow_revoke_only", SETTINGS_REVOKE_ONLY);
+    proxy.SetAppPermissionGroupCheckedState(
+        "com.example.container.chat", 100, "CAMERA", Srv::Permission::CheckedStateParameter("ASK_EACH_TIME", 3, 0));
+    seeds.Keep("set_container", SETTINGS, "{\"success\":true}");
+    proxy.SetAppPermissionGroupCheckedState("com.example.container.chat", -7788, "{\"restore\":true}",
+        Srv::Permission::CheckedStateParameter("DENY", 0, 0));
+    seeds.Keep("clone_command", SETTINGS, "{}");
+
+    // Every app and group of the user, over all time.
+    Srv::Record::PermissionUsageRecordQuery everything;
+    everything.SetUserIds({100});
+    everything.SetOperationModes({0});
+    everything.SetEndTimestamp(INT64_MAX);
+    proxy.GetPermissionUsageSummary(UsageQuery(), records);
+    seeds.Keep("usage_summary", SETTINGS, ContainerRecordsAnswer());
+    seeds.Keep("usage_summary_native_process", NATIVE_PROCESS);
+    proxy.GetPermissionUsageSummary(everything, records);
+    seeds.Keep("usage_summary_everything", SETTINGS);
+    proxy.GetPermissionUsageTimeline(everything, records);
+    seeds.Keep("usage_timeline_everything", SETTINGS);
+    proxy.GetPermissionUsageTimeline(UsageQuery(), records);
+    seeds.Keep("usage_timeline", SETTINGS, ContainerRecordsAnswer());
+
+    proxy.GTokenPolicyAddPolicy(
+        {Srv::GTokenInfo("com.example.camera", "AB:CD", 3, {{"malicious-app", 1}}), GTokenInfos().front()});
+    seeds.Keep("gtoken_add", SETTINGS);
+    seeds.Keep("gtoken_add_shell", SHELL);
+    proxy.GTokenPolicyGetPolicy("malicious-app", {"com.example.camera"});
+    seeds.Keep("gtoken_get", SETTINGS);
+    proxy.GTokenPolicyGetPolicy("malicious-app", {});
+    seeds.Keep("gtoken_get_all_no_token", NO_TOKEN);
+    proxy.GTokenPolicyRemovePolicy({"com.example.camera", "com.example.game"});
+    seeds.Keep("gtoken_remove", SETTINGS);
+
+    OHOS::Parcel arguments;
+    arguments.WriteString("com.example.maps");
+    arguments.WriteInt32(100);
+    arguments.WriteStringVector({"LOCATION", "CAMERA"});
+    seeds.KeepWithoutToken("groups_by_app_arguments", 1, SETTINGS, arguments);
+    OHOS::Parcel nothing;
+    seeds.KeepWithoutToken("unknown_code", 14, SETTINGS, nothing);
+    seeds.KeepWithoutToken("reserved_code", 6, SETTINGS, nothing);
+}
+
 }  // namespace
 
 int main(int argc, char** argv)
@@ -411,10 +572,13 @@ int main(int argc, char** argv)
         std::fprintf(stderr, "usage: %s OUT_DIR\n", argv[0]);
         return 2;
     }
+    // The proxy reports every captured request as unanswered; nobody needs to read that.
+    OHOS::HiviewDFX::Host::HiLogHost::SetStderrEnabled(false);
     SeedWriter out{fs::path(argv[1])};
     WriteParcelSeeds(out);
     WriteJsonSeeds(out);
     WriteFrameSeeds(out);
+    WriteStubSeeds(out);
     if (!out.Ok()) {
         std::fprintf(stderr, "could not write every seed under %s\n", argv[1]);
         return 1;
