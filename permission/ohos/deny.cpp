@@ -1,0 +1,30 @@
+#include "permission/ohos/deny.h"
+
+#include "permission/ohos/permission_group_state_committer.h"
+
+namespace OHOS::AppSecurityPrivacy::SecurityPrivacyServer::Permission::Ohos {
+namespace {
+
+using Committer = PermissionGroupStateCommitter;
+
+}  // namespace
+
+const Deny& Deny::GetInstance()
+{
+    static const Deny instance;
+    return instance;
+}
+
+StatePackApplier::PermissionToRet Deny::Apply(
+    const OhosAppPermissionGroup& ohosAppPermissionGroup, int64_t newFlagsMask, int64_t newFlagsValue) const
+{
+    const auto [mask, value] = Committer::ConvertToPermissionFlags(newFlagsMask, newFlagsValue);
+    PermissionToRet permissionToRet;
+    for (const auto& appPermission : ohosAppPermissionGroup.GetAppPermissions()) {
+        permissionToRet.emplace(appPermission.GetPermission(),
+            Committer::RevokeRuntimePermission(ohosAppPermissionGroup, appPermission, mask, value, false));
+    }
+    return permissionToRet;
+}
+
+}  // namespace OHOS::AppSecurityPrivacy::SecurityPrivacyServer::Permission::Ohos
