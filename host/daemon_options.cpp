@@ -35,7 +35,8 @@ std::optional<DaemonOptions> DaemonOptions::Parse(int argc, char** argv, int& ex
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
-        exitCode = app.exit(error);
+        // CLI11 has printed the help or the mistake; a mistake exits 2, as every tool's does.
+        exitCode = app.exit(error) == 0 ? 0 : 2;
         return std::nullopt;
     }
 
