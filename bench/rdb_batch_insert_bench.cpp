@@ -135,8 +135,8 @@ void BM_SqliteBatchInsertFloor(benchmark::State& state)
         bool ok = true;
         for (const auto& row : rows) {
             sqlite3_bind_text(insert, 1, row.bundle.c_str(), static_cast<int>(row.bundle.size()), SQLITE_STATIC);
-            sqlite3_bind_text(insert, 2, row.fingerPrint.c_str(), static_cast<int>(row.fingerPrint.size()),
-                SQLITE_STATIC);
+            sqlite3_bind_text(
+                insert, 2, row.fingerPrint.c_str(), static_cast<int>(row.fingerPrint.size()), SQLITE_STATIC);
             sqlite3_bind_int(insert, 3, row.versionCode);
             sqlite3_bind_text(insert, 4, row.policy.c_str(), static_cast<int>(row.policy.size()), SQLITE_STATIC);
             sqlite3_bind_int(insert, 5, row.value);

@@ -46,8 +46,7 @@ Model::Result<std::string> MessageBrokerProxy::Send(
     return broker->Send(path, action, query);
 }
 
-int MessageBrokerProxy::RegisterReceiver(const std::string& path,
-    const std::shared_ptr<MessageReceiverProxy>& receiver)
+int MessageBrokerProxy::RegisterReceiver(const std::string& path, const std::shared_ptr<MessageReceiverProxy>& receiver)
 {
     const auto broker = GetBroker();
     if (broker == nullptr) {

@@ -15,7 +15,8 @@ using OHOS::AppExecFwk::IBundleMgr;
 
 sptr<IBundleMgr> BundleMgrHelper::GetBundleMgr()
 {
-    sptr<ISystemAbilityManager> systemAbilityManager = SystemAbilityManagerClient::GetInstance().GetSystemAbilityManager();
+    sptr<ISystemAbilityManager> systemAbilityManager =
+        SystemAbilityManagerClient::GetInstance().GetSystemAbilityManager();
     if (systemAbilityManager == nullptr) {
         QZ_LOGE("systemAbilityManager is nullptr, please check.");
         return nullptr;

@@ -22,8 +22,8 @@ public:
 
     // Flags: 17 (application info and requested permissions) for an app's permission snapshot, 1
     // (application info) for the container test, for listing apps and for usage records.
-    static std::optional<OHOS::AppExecFwk::BundleInfo> GetBundleInfo(const std::string& bundleName, int userId,
-        int flags);
+    static std::optional<OHOS::AppExecFwk::BundleInfo> GetBundleInfo(
+        const std::string& bundleName, int userId, int flags);
     static std::vector<OHOS::AppExecFwk::BundleInfo> GetBundleInfos(int userId, int flags);
     // Empty for an unknown bundle (the bundle manager's negative uid).
     static std::optional<int> GetUidByBundleName(const std::string& bundleName, int userId);

@@ -47,7 +47,7 @@ void PermissionGroupMapping::InitializeCommonPermissionGroupMappingLocked()
     AddMappingLocked(PermissionGroup::CONTACTS, {Permission::READ_CONTACTS, Permission::WRITE_CONTACTS});
     AddMappingLocked(PermissionGroup::ACTIVITY_RECOGNITION, {Permission::ACTIVITY_MOTION});
     AddMappingLocked(PermissionGroup::CALENDAR, {Permission::READ_CALENDAR, Permission::WRITE_CALENDAR,
-        Permission::READ_WHOLE_CALENDAR, Permission::WRITE_WHOLE_CALENDAR});
+                                                    Permission::READ_WHOLE_CALENDAR, Permission::WRITE_WHOLE_CALENDAR});
     AddMappingLocked(PermissionGroup::BLUETOOTH, {Permission::ACCESS_BLUETOOTH});
 }
 
@@ -76,8 +76,8 @@ void PermissionGroupMapping::InitializeReadAndWritePermissionGroupMappingLocked(
     AddMappingLocked(PermissionGroup::WRITE_CALENDAR, {Permission::WRITE_CALENDAR, Permission::WRITE_WHOLE_CALENDAR});
 }
 
-void PermissionGroupMapping::AddMappingLocked(const PermissionGroup& group,
-    std::initializer_list<Permission> permissions)
+void PermissionGroupMapping::AddMappingLocked(
+    const PermissionGroup& group, std::initializer_list<Permission> permissions)
 {
     PermissionSet permissionSet(permissions.begin(), permissions.end());
     permissionSet.max_load_factor(1.0F);

@@ -14,8 +14,8 @@ constexpr uint32_t VERSION_SHIFT = 29;
 constexpr uint32_t TOKEN_VERSION = 1;
 constexpr size_t MAX_PERMISSION_NAME_LENGTH = 256;
 constexpr uint32_t KNOWN_FLAG_BITS = PERMISSION_USER_SET | PERMISSION_USER_FIXED | PERMISSION_SYSTEM_FIXED |
-                                     PERMISSION_GRANTED_BY_POLICY | PERMISSION_COMPONENT_SET |
-                                     PERMISSION_POLICY_FIXED | PERMISSION_ALLOW_THIS_TIME;
+                                     PERMISSION_GRANTED_BY_POLICY | PERMISSION_COMPONENT_SET | PERMISSION_POLICY_FIXED |
+                                     PERMISSION_ALLOW_THIS_TIME;
 
 bool IsValidPermissionName(const std::string& name)
 {
@@ -199,8 +199,8 @@ bool AccessTokenService::DeleteToken(AccessTokenID tokenId)
     return true;
 }
 
-bool AccessTokenService::SetPermissionStatus(AccessTokenID tokenId, const std::string& permissionName,
-    int32_t grantStatus, uint32_t grantFlag)
+bool AccessTokenService::SetPermissionStatus(
+    AccessTokenID tokenId, const std::string& permissionName, int32_t grantStatus, uint32_t grantFlag)
 {
     if (!IsValidGrantStatus(grantStatus)) {
         return false;
@@ -357,8 +357,8 @@ int AccessTokenService::GetHapTokenInfo(AccessTokenID tokenId, HapTokenInfo& inf
     return RET_SUCCESS;
 }
 
-int AccessTokenService::GetPermissionFlag(AccessTokenID tokenId, const std::string& permissionName,
-    uint32_t& flag) const
+int AccessTokenService::GetPermissionFlag(
+    AccessTokenID tokenId, const std::string& permissionName, uint32_t& flag) const
 {
     if (tokenId == INVALID_TOKENID || !IsValidPermissionName(permissionName)) {
         return ERR_PARAM_INVALID;
@@ -379,8 +379,8 @@ int AccessTokenService::GetPermissionFlag(AccessTokenID tokenId, const std::stri
     return RET_SUCCESS;
 }
 
-int AccessTokenService::UpdatePermission(AccessTokenID tokenId, const std::string& permissionName, bool grant,
-    uint32_t flag)
+int AccessTokenService::UpdatePermission(
+    AccessTokenID tokenId, const std::string& permissionName, bool grant, uint32_t flag)
 {
     if (tokenId == INVALID_TOKENID || !IsValidPermissionName(permissionName) || (flag & ~KNOWN_FLAG_BITS) != 0) {
         return ERR_PARAM_INVALID;

@@ -112,8 +112,8 @@ public:
     // Sets a requested permission's state and flags whatever they were, system fixed or not: what
     // the device's own provisioning does. False when the token or the permission is unknown or
     // the status is neither PERMISSION_GRANTED nor PERMISSION_DENIED.
-    bool SetPermissionStatus(AccessTokenID tokenId, const std::string& permissionName, int32_t grantStatus,
-        uint32_t grantFlag);
+    bool SetPermissionStatus(
+        AccessTokenID tokenId, const std::string& permissionName, int32_t grantStatus, uint32_t grantFlag);
 
     // --- Look-ups -------------------------------------------------------------------------------
 

@@ -17,7 +17,9 @@ Host::AppControlService* Target(const sptr<IRemoteObject>& remote)
 
 }  // namespace
 
-AppControlProxy::AppControlProxy(const sptr<IRemoteObject>& object) : remote_(object) {}
+AppControlProxy::AppControlProxy(const sptr<IRemoteObject>& object) : remote_(object)
+{
+}
 
 ErrCode AppControlProxy::SetDisposedStatus(const std::string& appId, const Want& want, int32_t userId)
 {

@@ -145,8 +145,8 @@ void AppControlService::Notify(const DisposedStatus& status, bool set) const
     }
 }
 
-int AppControlService::SendRequest(uint32_t /*code*/, MessageParcel& /*data*/, MessageParcel& /*reply*/,
-    MessageOption& /*option*/)
+int AppControlService::SendRequest(
+    uint32_t /*code*/, MessageParcel& /*data*/, MessageParcel& /*reply*/, MessageOption& /*option*/)
 {
     return UNKNOWN_TRANSACTION;
 }

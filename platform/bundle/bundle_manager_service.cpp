@@ -28,8 +28,8 @@ constexpr int32_t WITH_REQUESTED_PERMISSION =
 
 int64_t NowMs()
 {
-    return std::chrono::duration_cast<std::chrono::milliseconds>(
-        std::chrono::system_clock::now().time_since_epoch()).count();
+    return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::system_clock::now().time_since_epoch())
+        .count();
 }
 
 // A stand-in for the signing key's part of the app id: stable for a name across restarts and
@@ -466,8 +466,8 @@ BundleInfo BundleManagerService::MakeBundleInfo(const InstalledBundle& bundle, i
     return info;
 }
 
-ErrCode BundleManagerService::GetBundleInfoV9(const std::string& bundleName, int32_t flags, BundleInfo& bundleInfo,
-    int32_t userId)
+ErrCode BundleManagerService::GetBundleInfoV9(
+    const std::string& bundleName, int32_t flags, BundleInfo& bundleInfo, int32_t userId)
 {
     if (auto fault = OHOS::Host::FaultInjection::Take("BundleMgr::GetBundleInfoV9")) {
         return *fault;
@@ -564,8 +564,8 @@ sptr<IAppControlMgr> BundleManagerService::GetAppControlProxy()
     return iface_cast<IAppControlMgr>(AppControlService::GetInstance().AsObject());
 }
 
-int BundleManagerService::SendRequest(uint32_t /*code*/, MessageParcel& /*data*/, MessageParcel& /*reply*/,
-    MessageOption& /*option*/)
+int BundleManagerService::SendRequest(
+    uint32_t /*code*/, MessageParcel& /*data*/, MessageParcel& /*reply*/, MessageOption& /*option*/)
 {
     return UNKNOWN_TRANSACTION;
 }

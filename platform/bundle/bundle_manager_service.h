@@ -152,8 +152,8 @@ public:
     // --- IBundleMgr (fault points "BundleMgr::<method>"; an armed fault answers its code, or -1
     //     uid, an empty app id, false, null for the calls that answer no code) -------------------
 
-    ErrCode GetBundleInfoV9(const std::string& bundleName, int32_t flags, BundleInfo& bundleInfo,
-        int32_t userId) override;
+    ErrCode GetBundleInfoV9(
+        const std::string& bundleName, int32_t flags, BundleInfo& bundleInfo, int32_t userId) override;
     ErrCode GetBundleInfosV9(int32_t flags, std::vector<BundleInfo>& bundleInfos, int32_t userId) override;
     // An armed fault answers its code as the uid.
     int GetUidByBundleName(const std::string& bundleName, const int userId) override;

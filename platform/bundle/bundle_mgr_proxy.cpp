@@ -14,10 +14,12 @@ Host::BundleManagerService* Target(const sptr<IRemoteObject>& remote)
 
 }  // namespace
 
-BundleMgrProxy::BundleMgrProxy(const sptr<IRemoteObject>& impl) : remote_(impl) {}
+BundleMgrProxy::BundleMgrProxy(const sptr<IRemoteObject>& impl) : remote_(impl)
+{
+}
 
-ErrCode BundleMgrProxy::GetBundleInfoV9(const std::string& bundleName, int32_t flags, BundleInfo& bundleInfo,
-    int32_t userId)
+ErrCode BundleMgrProxy::GetBundleInfoV9(
+    const std::string& bundleName, int32_t flags, BundleInfo& bundleInfo, int32_t userId)
 {
     auto* target = Target(remote_);
     return target == nullptr ? ERR_BUNDLE_MANAGER_INTERNAL_ERROR

@@ -27,8 +27,8 @@ public:
     // ask for. ERR_BUNDLE_MANAGER_INVALID_USER_ID for a user the device does not have,
     // ERR_BUNDLE_MANAGER_BUNDLE_NOT_EXIST for a bundle the user does not have,
     // ERR_BUNDLE_MANAGER_PARAM_ERROR for negative flags.
-    virtual ErrCode GetBundleInfoV9(const std::string& /*bundleName*/, int32_t /*flags*/, BundleInfo& /*bundleInfo*/,
-        int32_t /*userId*/)
+    virtual ErrCode GetBundleInfoV9(
+        const std::string& /*bundleName*/, int32_t /*flags*/, BundleInfo& /*bundleInfo*/, int32_t /*userId*/)
     {
         return ERR_BUNDLE_MANAGER_INTERNAL_ERROR;
     }

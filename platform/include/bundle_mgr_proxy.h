@@ -21,8 +21,8 @@ public:
 
     // On a remote object that is not the device's bundle manager every call fails:
     // ERR_BUNDLE_MANAGER_INTERNAL_ERROR, uid -1, an empty app id, false or null.
-    ErrCode GetBundleInfoV9(const std::string& bundleName, int32_t flags, BundleInfo& bundleInfo,
-        int32_t userId) override;
+    ErrCode GetBundleInfoV9(
+        const std::string& bundleName, int32_t flags, BundleInfo& bundleInfo, int32_t userId) override;
     ErrCode GetBundleInfosV9(int32_t flags, std::vector<BundleInfo>& bundleInfos, int32_t userId) override;
     int GetUidByBundleName(const std::string& bundleName, const int userId) override;
     std::string GetAppIdByBundleName(const std::string& bundleName, const int userId) override;

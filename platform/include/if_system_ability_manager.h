@@ -27,8 +27,8 @@ public:
     virtual sptr<IRemoteObject> GetSystemAbility(int32_t systemAbilityId) = 0;
     // The remote object of a running ability, without loading anything.
     virtual sptr<IRemoteObject> CheckSystemAbility(int32_t systemAbilityId) = 0;
-    virtual int32_t AddSystemAbility(int32_t systemAbilityId, const sptr<IRemoteObject>& ability,
-        const SAExtraProp& extraProp = SAExtraProp()) = 0;
+    virtual int32_t AddSystemAbility(
+        int32_t systemAbilityId, const sptr<IRemoteObject>& ability, const SAExtraProp& extraProp = SAExtraProp()) = 0;
     virtual int32_t RemoveSystemAbility(int32_t systemAbilityId) = 0;
     // Loads an on-demand ability (0 when it runs or was started), waiting at most `timeout` seconds.
     virtual int32_t LoadSystemAbility(int32_t systemAbilityId, int32_t timeout) = 0;

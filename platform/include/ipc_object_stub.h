@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
-#include "iremote_object.h"
 #include "ipc_types.h"
+#include "iremote_object.h"
 #include "message_option.h"
 #include "message_parcel.h"
 

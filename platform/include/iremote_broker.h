@@ -21,10 +21,10 @@ public:
     virtual sptr<IRemoteObject> AsObject() = 0;
 };
 
-#define DECLARE_INTERFACE_DESCRIPTOR(DESCRIPTOR)                                                          \
-    static std::u16string GetDescriptor()                                                                \
-    {                                                                                                    \
-        return DESCRIPTOR;                                                                               \
+#define DECLARE_INTERFACE_DESCRIPTOR(DESCRIPTOR) \
+    static std::u16string GetDescriptor()        \
+    {                                            \
+        return DESCRIPTOR;                       \
     }
 
 // The registry of proxy creators, by interface descriptor.

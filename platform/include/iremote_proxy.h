@@ -6,8 +6,8 @@
 #ifndef PLATFORM_IREMOTE_PROXY_H
 #define PLATFORM_IREMOTE_PROXY_H
 
-#include "iremote_broker.h"
 #include "ipc_types.h"
+#include "iremote_broker.h"
 #include "message_option.h"
 #include "message_parcel.h"
 #include "peer_holder.h"

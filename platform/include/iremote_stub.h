@@ -9,17 +9,15 @@
 #ifndef PLATFORM_IREMOTE_STUB_H
 #define PLATFORM_IREMOTE_STUB_H
 
-#include "iremote_broker.h"
 #include "ipc_object_stub.h"
+#include "iremote_broker.h"
 
 namespace OHOS {
 
 template <typename INTERFACE>
 class IRemoteStub : public IPCObjectStub, public INTERFACE {
 public:
-    explicit IRemoteStub(bool serialInvokeFlag = false) : IPCObjectStub(INTERFACE::GetDescriptor(), serialInvokeFlag)
-    {
-    }
+    explicit IRemoteStub(bool serialInvokeFlag = false) : IPCObjectStub(INTERFACE::GetDescriptor(), serialInvokeFlag) {}
     ~IRemoteStub() override = default;
 
     sptr<IRemoteObject> AsObject() override { return sptr<IRemoteObject>(this); }

@@ -21,8 +21,8 @@ public:
     // E_RELATIVE_PATH, E_INVALID_ARGS (version, journal or page size), E_NOT_SUPPORTED (encryption,
     // in-memory storage), E_CREATE_FOLDER_FAIL, an E_SQLITE_* code, or the callback's own result.
     // Each call opens its own connection; two stores on one file coordinate through SQLite's locks.
-    static std::shared_ptr<RdbStore> GetRdbStore(const RdbStoreConfig& config, int version,
-        RdbOpenCallback& openCallback, int& errCode);
+    static std::shared_ptr<RdbStore> GetRdbStore(
+        const RdbStoreConfig& config, int version, RdbOpenCallback& openCallback, int& errCode);
 
     // Removes the store file with its journal files. E_OK when none of them is left.
     static int DeleteRdbStore(const std::string& path);

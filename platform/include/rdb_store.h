@@ -41,19 +41,18 @@ public:
     // Inserts every row or none: the rows go in one transaction (a savepoint inside a caller's
     // transaction), and the first failing row rolls the whole batch back, leaving count 0. Rows may
     // name different columns. An empty batch inserts nothing and succeeds.
-    virtual int BatchInsert(int64_t& count, const std::string& table,
-        const std::vector<ValuesBucket>& values) = 0;
+    virtual int BatchInsert(int64_t& count, const std::string& table, const std::vector<ValuesBucket>& values) = 0;
     // Update, Delete and Count act on every row the condition matches; predicates that carry an
     // order, limit or offset are refused with E_INVALID_ARGS (as are invalid predicates).
     virtual int Update(int& changedRows, const ValuesBucket& values, const AbsRdbPredicates& predicates) = 0;
     virtual int Delete(int& deletedRows, const AbsRdbPredicates& predicates) = 0;
     // The rows that match, with the given columns (none: every column) in that order. Null when the
     // predicates or columns are refused or SQLite fails.
-    virtual std::shared_ptr<AbsSharedResultSet> Query(const AbsRdbPredicates& predicates,
-        const std::vector<std::string>& columns = {}) = 0;
+    virtual std::shared_ptr<AbsSharedResultSet> Query(
+        const AbsRdbPredicates& predicates, const std::vector<std::string>& columns = {}) = 0;
     // The rows of one SELECT statement, its "?" placeholders bound to bindArgs in order.
-    virtual std::shared_ptr<AbsSharedResultSet> QuerySql(const std::string& sql,
-        const std::vector<ValueObject>& bindArgs = {}) = 0;
+    virtual std::shared_ptr<AbsSharedResultSet> QuerySql(
+        const std::string& sql, const std::vector<ValueObject>& bindArgs = {}) = 0;
     virtual int Count(int64_t& count, const AbsRdbPredicates& predicates) = 0;
 
     // Runs exactly one statement (text with a second statement is refused with
@@ -61,10 +60,10 @@ public:
     // dropped. Transactions go through BeginTransaction/Commit/RollBack, not through SQL text.
     virtual int ExecuteSql(const std::string& sql, const std::vector<ValueObject>& bindArgs = {}) = 0;
     // Runs one statement and reads the first column of its first row.
-    virtual int ExecuteAndGetLong(int64_t& value, const std::string& sql,
-        const std::vector<ValueObject>& bindArgs = {}) = 0;
-    virtual int ExecuteAndGetString(std::string& value, const std::string& sql,
-        const std::vector<ValueObject>& bindArgs = {}) = 0;
+    virtual int ExecuteAndGetLong(
+        int64_t& value, const std::string& sql, const std::vector<ValueObject>& bindArgs = {}) = 0;
+    virtual int ExecuteAndGetString(
+        std::string& value, const std::string& sql, const std::vector<ValueObject>& bindArgs = {}) = 0;
 
     virtual int BeginTransaction() = 0;
     // Outside a transaction of the calling thread: E_NO_TRANSACTION_IN_SESSION.

@@ -27,8 +27,8 @@ public:
     static constexpr int DEFAULT_PAGE_SIZE = 4096;
 
     // `path` is used as given and must be absolute. Only StorageMode::MODE_DISK is available here.
-    explicit RdbStoreConfig(const std::string& path, StorageMode storageMode = StorageMode::MODE_DISK,
-        bool readOnly = false);
+    explicit RdbStoreConfig(
+        const std::string& path, StorageMode storageMode = StorageMode::MODE_DISK, bool readOnly = false);
 
     void SetPath(const std::string& path) { path_ = path; }
     void SetStorageMode(StorageMode storageMode) { storageMode_ = storageMode; }

@@ -77,7 +77,7 @@ template <typename T>
 class sptr {
 public:
     sptr() = default;
-    sptr(std::nullptr_t) {}  // NOLINT(google-explicit-constructor): the platform allows sptr<T> p = nullptr
+    sptr(std::nullptr_t) {}       // NOLINT(google-explicit-constructor): the platform allows sptr<T> p = nullptr
     sptr(T* other) : ptr_(other)  // NOLINT(google-explicit-constructor)
     {
         if (ptr_ != nullptr) {
@@ -130,12 +130,21 @@ public:
     bool operator==(std::nullptr_t) const { return ptr_ == nullptr; }
     bool operator!=(std::nullptr_t) const { return ptr_ != nullptr; }
     template <typename O>
-    bool operator==(const sptr<O>& other) const { return ptr_ == other.GetRefPtr(); }
+    bool operator==(const sptr<O>& other) const
+    {
+        return ptr_ == other.GetRefPtr();
+    }
     template <typename O>
-    bool operator!=(const sptr<O>& other) const { return ptr_ != other.GetRefPtr(); }
+    bool operator!=(const sptr<O>& other) const
+    {
+        return ptr_ != other.GetRefPtr();
+    }
 
     template <typename... Args>
-    static sptr<T> MakeSptr(Args&&... args) { return sptr<T>(new T(std::forward<Args>(args)...)); }
+    static sptr<T> MakeSptr(Args&&... args)
+    {
+        return sptr<T>(new T(std::forward<Args>(args)...));
+    }
 
 private:
     T* ptr_ = nullptr;

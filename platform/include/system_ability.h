@@ -23,15 +23,15 @@ namespace Host {
 class SystemAbilityManager;
 }  // namespace Host
 
-#define DECLARE_SYSTEM_ABILITY(className)                                                                   \
-public:                                                                                                     \
-    std::string GetClassName() override                                                                    \
-    {                                                                                                       \
-        return #className;                                                                                  \
+#define DECLARE_SYSTEM_ABILITY(className) \
+public:                                   \
+    std::string GetClassName() override   \
+    {                                     \
+        return #className;                \
     }
 
-#define REGISTER_SYSTEM_ABILITY_BY_ID(abilityClassName, systemAbilityId, runOnCreate)                      \
-    const bool abilityClassName##_##RegisterResult =                                                        \
+#define REGISTER_SYSTEM_ABILITY_BY_ID(abilityClassName, systemAbilityId, runOnCreate) \
+    const bool abilityClassName##_##RegisterResult =                                  \
         SystemAbility::MakeAndRegisterAbility(new abilityClassName(systemAbilityId, runOnCreate));
 
 class SystemAbility : public virtual RefBase {

@@ -15,8 +15,7 @@ InProcessRemoteObject::InProcessRemoteObject(sptr<IRemoteObject> stub, CallerIde
 
 InProcessRemoteObject::~InProcessRemoteObject() = default;
 
-int InProcessRemoteObject::SendRequest(uint32_t code, MessageParcel& data, MessageParcel& reply,
-    MessageOption& option)
+int InProcessRemoteObject::SendRequest(uint32_t code, MessageParcel& data, MessageParcel& reply, MessageOption& option)
 {
     if (stub_ == nullptr) {
         return ERR_NULL_OBJECT;

@@ -16,16 +16,14 @@ int IPCObjectStub::SendRequest(uint32_t code, MessageParcel& data, MessageParcel
     return OnRemoteRequest(code, data, reply, option);
 }
 
-int IPCObjectStub::OnRemoteRequest(uint32_t code, MessageParcel& /*data*/, MessageParcel& reply,
-    MessageOption& /*option*/)
+int IPCObjectStub::OnRemoteRequest(
+    uint32_t code, MessageParcel& /*data*/, MessageParcel& reply, MessageOption& /*option*/)
 {
     switch (code) {
-        case PING_TRANSACTION:
-            return ERR_NONE;
+        case PING_TRANSACTION: return ERR_NONE;
         case INTERFACE_TRANSACTION:
             return reply.WriteString16(GetObjectDescriptor()) ? ERR_NONE : IPC_STUB_WRITE_PARCEL_ERR;
-        default:
-            return IPC_STUB_UNKNOW_TRANS_ERR;
+        default: return IPC_STUB_UNKNOW_TRANS_ERR;
     }
 }
 

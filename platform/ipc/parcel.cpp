@@ -125,17 +125,50 @@ bool Parcel::ReadNarrow(T& value)
     return true;
 }
 
-bool Parcel::WriteBool(bool value) { return WriteWord<int32_t>(value ? 1 : 0); }
-bool Parcel::WriteInt8(int8_t value) { return WriteWord<int32_t>(value); }
-bool Parcel::WriteInt16(int16_t value) { return WriteWord<int32_t>(value); }
-bool Parcel::WriteInt32(int32_t value) { return WriteWord(value); }
-bool Parcel::WriteInt64(int64_t value) { return WriteWord(value); }
-bool Parcel::WriteUint8(uint8_t value) { return WriteWord<uint32_t>(value); }
-bool Parcel::WriteUint16(uint16_t value) { return WriteWord<uint32_t>(value); }
-bool Parcel::WriteUint32(uint32_t value) { return WriteWord(value); }
-bool Parcel::WriteUint64(uint64_t value) { return WriteWord(value); }
-bool Parcel::WriteFloat(float value) { return WriteWord(value); }
-bool Parcel::WriteDouble(double value) { return WriteWord(value); }
+bool Parcel::WriteBool(bool value)
+{
+    return WriteWord<int32_t>(value ? 1 : 0);
+}
+bool Parcel::WriteInt8(int8_t value)
+{
+    return WriteWord<int32_t>(value);
+}
+bool Parcel::WriteInt16(int16_t value)
+{
+    return WriteWord<int32_t>(value);
+}
+bool Parcel::WriteInt32(int32_t value)
+{
+    return WriteWord(value);
+}
+bool Parcel::WriteInt64(int64_t value)
+{
+    return WriteWord(value);
+}
+bool Parcel::WriteUint8(uint8_t value)
+{
+    return WriteWord<uint32_t>(value);
+}
+bool Parcel::WriteUint16(uint16_t value)
+{
+    return WriteWord<uint32_t>(value);
+}
+bool Parcel::WriteUint32(uint32_t value)
+{
+    return WriteWord(value);
+}
+bool Parcel::WriteUint64(uint64_t value)
+{
+    return WriteWord(value);
+}
+bool Parcel::WriteFloat(float value)
+{
+    return WriteWord(value);
+}
+bool Parcel::WriteDouble(double value)
+{
+    return WriteWord(value);
+}
 
 bool Parcel::WriteBuffer(const void* data, size_t size)
 {
@@ -166,8 +199,7 @@ bool Parcel::WriteString(const std::string& value)
 bool Parcel::WriteString16(const std::u16string& value)
 {
     const size_t units = value.size();
-    if (units >= static_cast<size_t>(INT32_MAX / 2) ||
-        !HasRoomFor(WORD + PadSize((units + 1) * sizeof(char16_t)))) {
+    if (units >= static_cast<size_t>(INT32_MAX / 2) || !HasRoomFor(WORD + PadSize((units + 1) * sizeof(char16_t)))) {
         return false;
     }
     WriteInt32(static_cast<int32_t>(units));
@@ -222,7 +254,10 @@ bool Parcel::WriteBoolVector(const std::vector<bool>& val)
     return WriteVector(val, [this](bool v) { return WriteBool(v); });
 }
 
-bool Parcel::WriteInt8Vector(const std::vector<int8_t>& val) { return WritePackedVector(val); }
+bool Parcel::WriteInt8Vector(const std::vector<int8_t>& val)
+{
+    return WritePackedVector(val);
+}
 
 bool Parcel::WriteInt16Vector(const std::vector<int16_t>& val)
 {
@@ -239,7 +274,10 @@ bool Parcel::WriteInt64Vector(const std::vector<int64_t>& val)
     return WriteVector(val, [this](int64_t v) { return WriteInt64(v); });
 }
 
-bool Parcel::WriteUInt8Vector(const std::vector<uint8_t>& val) { return WritePackedVector(val); }
+bool Parcel::WriteUInt8Vector(const std::vector<uint8_t>& val)
+{
+    return WritePackedVector(val);
+}
 
 bool Parcel::WriteUInt16Vector(const std::vector<uint16_t>& val)
 {
@@ -286,16 +324,46 @@ bool Parcel::ReadBool(bool& value)
     return true;
 }
 
-bool Parcel::ReadInt8(int8_t& value) { return ReadNarrow<int32_t>(value); }
-bool Parcel::ReadInt16(int16_t& value) { return ReadNarrow<int32_t>(value); }
-bool Parcel::ReadInt32(int32_t& value) { return ReadWord(value); }
-bool Parcel::ReadInt64(int64_t& value) { return ReadWord(value); }
-bool Parcel::ReadUint8(uint8_t& value) { return ReadNarrow<uint32_t>(value); }
-bool Parcel::ReadUint16(uint16_t& value) { return ReadNarrow<uint32_t>(value); }
-bool Parcel::ReadUint32(uint32_t& value) { return ReadWord(value); }
-bool Parcel::ReadUint64(uint64_t& value) { return ReadWord(value); }
-bool Parcel::ReadFloat(float& value) { return ReadWord(value); }
-bool Parcel::ReadDouble(double& value) { return ReadWord(value); }
+bool Parcel::ReadInt8(int8_t& value)
+{
+    return ReadNarrow<int32_t>(value);
+}
+bool Parcel::ReadInt16(int16_t& value)
+{
+    return ReadNarrow<int32_t>(value);
+}
+bool Parcel::ReadInt32(int32_t& value)
+{
+    return ReadWord(value);
+}
+bool Parcel::ReadInt64(int64_t& value)
+{
+    return ReadWord(value);
+}
+bool Parcel::ReadUint8(uint8_t& value)
+{
+    return ReadNarrow<uint32_t>(value);
+}
+bool Parcel::ReadUint16(uint16_t& value)
+{
+    return ReadNarrow<uint32_t>(value);
+}
+bool Parcel::ReadUint32(uint32_t& value)
+{
+    return ReadWord(value);
+}
+bool Parcel::ReadUint64(uint64_t& value)
+{
+    return ReadWord(value);
+}
+bool Parcel::ReadFloat(float& value)
+{
+    return ReadWord(value);
+}
+bool Parcel::ReadDouble(double& value)
+{
+    return ReadWord(value);
+}
 
 bool Parcel::ReadString(std::string& value)
 {
@@ -504,7 +572,10 @@ bool Parcel::ReadBoolVector(std::vector<bool>* val)
     return true;
 }
 
-bool Parcel::ReadInt8Vector(std::vector<int8_t>* val) { return ReadPackedVector(val); }
+bool Parcel::ReadInt8Vector(std::vector<int8_t>* val)
+{
+    return ReadPackedVector(val);
+}
 
 bool Parcel::ReadInt16Vector(std::vector<int16_t>* val)
 {
@@ -521,7 +592,10 @@ bool Parcel::ReadInt64Vector(std::vector<int64_t>* val)
     return ReadVector(val, sizeof(int64_t), [this](int64_t& v) { return ReadInt64(v); });
 }
 
-bool Parcel::ReadUInt8Vector(std::vector<uint8_t>* val) { return ReadPackedVector(val); }
+bool Parcel::ReadUInt8Vector(std::vector<uint8_t>* val)
+{
+    return ReadPackedVector(val);
+}
 
 bool Parcel::ReadUInt16Vector(std::vector<uint16_t>* val)
 {

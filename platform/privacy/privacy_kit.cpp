@@ -5,8 +5,8 @@
 
 namespace OHOS::Security::AccessToken {
 
-int32_t PrivacyKit::AddPermissionUsedRecord(AccessTokenID tokenID, const std::string& permissionName,
-    int32_t successCount, int32_t failCount, bool asyncMode)
+int32_t PrivacyKit::AddPermissionUsedRecord(
+    AccessTokenID tokenID, const std::string& permissionName, int32_t successCount, int32_t failCount, bool asyncMode)
 {
     AddPermParamInfo info;
     info.tokenId = tokenID;

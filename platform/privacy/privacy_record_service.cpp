@@ -33,16 +33,11 @@ bool IsValidScreenStatus(int32_t status)
 bool MatchesFlag(PermissionUsageFlag flag, int32_t status, int32_t lockScreenStatus)
 {
     switch (flag) {
-        case FLAG_PERMISSION_USAGE_SUMMARY_IN_SCREEN_LOCKED:
-            return lockScreenStatus == PERM_ACTIVE_IN_LOCKED;
-        case FLAG_PERMISSION_USAGE_SUMMARY_IN_SCREEN_UNLOCKED:
-            return lockScreenStatus == PERM_ACTIVE_IN_UNLOCKED;
-        case FLAG_PERMISSION_USAGE_SUMMARY_IN_APP_BACKGROUND:
-            return status == PERM_ACTIVE_IN_BACKGROUND;
-        case FLAG_PERMISSION_USAGE_SUMMARY_IN_APP_FOREGROUND:
-            return status == PERM_ACTIVE_IN_FOREGROUND;
-        default:
-            return true;
+        case FLAG_PERMISSION_USAGE_SUMMARY_IN_SCREEN_LOCKED: return lockScreenStatus == PERM_ACTIVE_IN_LOCKED;
+        case FLAG_PERMISSION_USAGE_SUMMARY_IN_SCREEN_UNLOCKED: return lockScreenStatus == PERM_ACTIVE_IN_UNLOCKED;
+        case FLAG_PERMISSION_USAGE_SUMMARY_IN_APP_BACKGROUND: return status == PERM_ACTIVE_IN_BACKGROUND;
+        case FLAG_PERMISSION_USAGE_SUMMARY_IN_APP_FOREGROUND: return status == PERM_ACTIVE_IN_FOREGROUND;
+        default: return true;
     }
 }
 
@@ -99,9 +94,9 @@ PrivacyRecordService::TokenFacts PrivacyRecordService::LookUpToken(AccessTokenID
 
 int32_t PrivacyRecordService::CheckFields(const UsageRecord& record)
 {
-    if (record.tokenId == INVALID_TOKENID || !IsValidPermissionName(record.permissionName) ||
-        record.successCount < 0 || record.failCount < 0 || (record.successCount == 0 && record.failCount == 0) ||
-        record.type < NORMAL_TYPE || record.type >= PERM_USED_TYPE_BUTT || !IsValidAppStatus(record.status) ||
+    if (record.tokenId == INVALID_TOKENID || !IsValidPermissionName(record.permissionName) || record.successCount < 0 ||
+        record.failCount < 0 || (record.successCount == 0 && record.failCount == 0) || record.type < NORMAL_TYPE ||
+        record.type >= PERM_USED_TYPE_BUTT || !IsValidAppStatus(record.status) ||
         !IsValidScreenStatus(record.lockScreenStatus) || record.timestamp < 0 || record.accessDuration < 0) {
         return ERR_PARAM_INVALID;
     }
@@ -113,8 +108,8 @@ int32_t PrivacyRecordService::CheckAgainstToken(const UsageRecord& record, const
     if (facts.error != 0) {
         return facts.error;
     }
-    const bool requested = std::find(facts.permissions.begin(), facts.permissions.end(), record.permissionName) !=
-                           facts.permissions.end();
+    const bool requested =
+        std::find(facts.permissions.begin(), facts.permissions.end(), record.permissionName) != facts.permissions.end();
     return requested ? 0 : ERR_PERMISSION_NOT_EXIST;
 }
 
@@ -123,8 +118,8 @@ int64_t PrivacyRecordService::Now() const
     if (clock_) {
         return clock_();
     }
-    return std::chrono::duration_cast<std::chrono::milliseconds>(
-        std::chrono::system_clock::now().time_since_epoch()).count();
+    return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::system_clock::now().time_since_epoch())
+        .count();
 }
 
 int32_t PrivacyRecordService::StoreLocked(const UsageRecord& record, const TokenFacts& facts)
@@ -144,8 +139,8 @@ int32_t PrivacyRecordService::StoreLocked(const UsageRecord& record, const Token
         it = permissionIndex_.emplace(record.permissionName, static_cast<uint16_t>(permissionNames_.size())).first;
         permissionNames_.push_back(record.permissionName);
     }
-    records_.push_back({record.timestamp, record.accessDuration, record.tokenId, record.successCount,
-        record.failCount, it->second, static_cast<int8_t>(record.status), static_cast<int8_t>(record.lockScreenStatus),
+    records_.push_back({record.timestamp, record.accessDuration, record.tokenId, record.successCount, record.failCount,
+        it->second, static_cast<int8_t>(record.status), static_cast<int8_t>(record.lockScreenStatus),
         static_cast<int8_t>(record.type)});
     // The name the application had when it used the permission, kept past its token's deletion
     // until its records are removed.
@@ -357,8 +352,8 @@ void PrivacyRecordService::Notify(const std::vector<UsageRecord>& records) const
     }
 }
 
-int32_t PrivacyRecordService::GetPermissionUsedRecords(const PermissionUsedRequest& request,
-    PermissionUsedResult& result) const
+int32_t PrivacyRecordService::GetPermissionUsedRecords(
+    const PermissionUsedRequest& request, PermissionUsedResult& result) const
 {
     const bool knownFlag = request.flag >= FLAG_PERMISSION_USAGE_SUMMARY &&
                            request.flag <= FLAG_PERMISSION_USAGE_SUMMARY_IN_APP_FOREGROUND;

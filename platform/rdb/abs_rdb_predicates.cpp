@@ -4,7 +4,9 @@
 
 namespace OHOS::NativeRdb {
 
-AbsRdbPredicates::AbsRdbPredicates(const std::string& tableName) : tableName_(tableName) {}
+AbsRdbPredicates::AbsRdbPredicates(const std::string& tableName) : tableName_(tableName)
+{
+}
 
 AbsRdbPredicates& AbsRdbPredicates::EqualTo(const std::string& field, const ValueObject& value)
 {
@@ -173,8 +175,8 @@ AbsRdbPredicates& AbsRdbPredicates::Compare(const std::string& field, const char
     return *this;
 }
 
-AbsRdbPredicates& AbsRdbPredicates::InList(const std::string& field, const std::vector<std::string>& values,
-    bool negate)
+AbsRdbPredicates& AbsRdbPredicates::InList(
+    const std::string& field, const std::vector<std::string>& values, bool negate)
 {
     if (values.empty()) {
         // "x IN ()" is not SQL; the empty set is simply false (or, negated, true).

@@ -79,21 +79,11 @@ int AbsSharedResultSet::GetColumnType(int columnIndex, ColumnType& columnType)
     }
     switch (cell->GetType()) {
         case ValueObject::TYPE_INT:
-        case ValueObject::TYPE_BOOL:
-            columnType = ColumnType::TYPE_INTEGER;
-            break;
-        case ValueObject::TYPE_DOUBLE:
-            columnType = ColumnType::TYPE_FLOAT;
-            break;
-        case ValueObject::TYPE_STRING:
-            columnType = ColumnType::TYPE_STRING;
-            break;
-        case ValueObject::TYPE_BLOB:
-            columnType = ColumnType::TYPE_BLOB;
-            break;
-        default:
-            columnType = ColumnType::TYPE_NULL;
-            break;
+        case ValueObject::TYPE_BOOL: columnType = ColumnType::TYPE_INTEGER; break;
+        case ValueObject::TYPE_DOUBLE: columnType = ColumnType::TYPE_FLOAT; break;
+        case ValueObject::TYPE_STRING: columnType = ColumnType::TYPE_STRING; break;
+        case ValueObject::TYPE_BLOB: columnType = ColumnType::TYPE_BLOB; break;
+        default: columnType = ColumnType::TYPE_NULL; break;
     }
     return E_OK;
 }
@@ -271,23 +261,16 @@ int AbsSharedResultSet::GetString(int columnIndex, std::string& value)
         return ret;
     }
     switch (cell->GetType()) {
-        case ValueObject::TYPE_STRING:
-            value = std::get<std::string>(cell->value);
-            return E_OK;
-        case ValueObject::TYPE_INT:
-            value = std::to_string(std::get<int64_t>(cell->value));
-            return E_OK;
+        case ValueObject::TYPE_STRING: value = std::get<std::string>(cell->value); return E_OK;
+        case ValueObject::TYPE_INT: value = std::to_string(std::get<int64_t>(cell->value)); return E_OK;
         case ValueObject::TYPE_DOUBLE: {
             char buffer[32];
             auto result = std::to_chars(buffer, buffer + sizeof(buffer), std::get<double>(cell->value));
             value.assign(buffer, result.ptr);
             return E_OK;
         }
-        case ValueObject::TYPE_NULL:
-            value.clear();
-            return E_OK;
-        default:
-            return E_INVALID_COLUMN_TYPE;
+        case ValueObject::TYPE_NULL: value.clear(); return E_OK;
+        default: return E_INVALID_COLUMN_TYPE;
     }
 }
 
@@ -313,9 +296,7 @@ int AbsSharedResultSet::GetLong(int columnIndex, int64_t& value)
         return ret;
     }
     switch (cell->GetType()) {
-        case ValueObject::TYPE_INT:
-            value = std::get<int64_t>(cell->value);
-            return E_OK;
+        case ValueObject::TYPE_INT: value = std::get<int64_t>(cell->value); return E_OK;
         case ValueObject::TYPE_DOUBLE: {
             // Only a real that is a whole number in range reads as an integer: a silent truncation
             // would hand the caller a different value than the one stored.
@@ -329,11 +310,8 @@ int AbsSharedResultSet::GetLong(int columnIndex, int64_t& value)
         }
         case ValueObject::TYPE_STRING:
             return ParseLong(std::get<std::string>(cell->value), value) ? E_OK : E_INVALID_COLUMN_TYPE;
-        case ValueObject::TYPE_NULL:
-            value = 0;
-            return E_OK;
-        default:
-            return E_INVALID_COLUMN_TYPE;
+        case ValueObject::TYPE_NULL: value = 0; return E_OK;
+        default: return E_INVALID_COLUMN_TYPE;
     }
 }
 
@@ -345,19 +323,12 @@ int AbsSharedResultSet::GetDouble(int columnIndex, double& value)
         return ret;
     }
     switch (cell->GetType()) {
-        case ValueObject::TYPE_DOUBLE:
-            value = std::get<double>(cell->value);
-            return E_OK;
-        case ValueObject::TYPE_INT:
-            value = static_cast<double>(std::get<int64_t>(cell->value));
-            return E_OK;
+        case ValueObject::TYPE_DOUBLE: value = std::get<double>(cell->value); return E_OK;
+        case ValueObject::TYPE_INT: value = static_cast<double>(std::get<int64_t>(cell->value)); return E_OK;
         case ValueObject::TYPE_STRING:
             return ParseDouble(std::get<std::string>(cell->value), value) ? E_OK : E_INVALID_COLUMN_TYPE;
-        case ValueObject::TYPE_NULL:
-            value = 0.0;
-            return E_OK;
-        default:
-            return E_INVALID_COLUMN_TYPE;
+        case ValueObject::TYPE_NULL: value = 0.0; return E_OK;
+        default: return E_INVALID_COLUMN_TYPE;
     }
 }
 

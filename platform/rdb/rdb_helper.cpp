@@ -81,8 +81,8 @@ int MigrateVersion(RdbStore& store, int version, RdbOpenCallback& callback)
         ret = store.SetVersion(version);
     }
     if (ret != E_OK) {
-        RDB_LOGE("bringing the store from version %{public}d to %{public}d failed, ret=%{public}d", current, version,
-            ret);
+        RDB_LOGE(
+            "bringing the store from version %{public}d to %{public}d failed, ret=%{public}d", current, version, ret);
         store.RollBack();
         return ret;
     }
@@ -91,8 +91,8 @@ int MigrateVersion(RdbStore& store, int version, RdbOpenCallback& callback)
 
 }  // namespace
 
-std::shared_ptr<RdbStore> RdbHelper::GetRdbStore(const RdbStoreConfig& config, int version,
-    RdbOpenCallback& openCallback, int& errCode)
+std::shared_ptr<RdbStore> RdbHelper::GetRdbStore(
+    const RdbStoreConfig& config, int version, RdbOpenCallback& openCallback, int& errCode)
 {
     if (auto injected = OHOS::Host::FaultInjection::Take("RdbHelper::GetRdbStore")) {
         errCode = *injected;

@@ -10,7 +10,7 @@ constexpr unsigned int RDB_LOG_DOMAIN = 0xD001650;
 constexpr const char* RDB_LOG_TAG = "NativeRdb";
 }  // namespace OHOS::NativeRdb
 
-#define RDB_LOGE(fmt, ...)                                                                                  \
+#define RDB_LOGE(fmt, ...)                                                                                \
     ((void)HiLogPrint(LOG_CORE, LOG_ERROR, OHOS::NativeRdb::RDB_LOG_DOMAIN, OHOS::NativeRdb::RDB_LOG_TAG, \
         "%{public}s: " fmt, __func__, ##__VA_ARGS__))
 

@@ -10,18 +10,12 @@ RdbStoreConfig::RdbStoreConfig(const std::string& path, StorageMode storageMode,
 std::string RdbStoreConfig::GetJournalMode() const
 {
     switch (journalMode_) {
-        case JournalMode::MODE_DELETE:
-            return "DELETE";
-        case JournalMode::MODE_TRUNCATE:
-            return "TRUNCATE";
-        case JournalMode::MODE_PERSIST:
-            return "PERSIST";
-        case JournalMode::MODE_MEMORY:
-            return "MEMORY";
-        case JournalMode::MODE_WAL:
-            return "WAL";
-        case JournalMode::MODE_OFF:
-            return "OFF";
+        case JournalMode::MODE_DELETE: return "DELETE";
+        case JournalMode::MODE_TRUNCATE: return "TRUNCATE";
+        case JournalMode::MODE_PERSIST: return "PERSIST";
+        case JournalMode::MODE_MEMORY: return "MEMORY";
+        case JournalMode::MODE_WAL: return "WAL";
+        case JournalMode::MODE_OFF: return "OFF";
     }
     return "";
 }

@@ -29,7 +29,7 @@ bool IsTransactionControl(const std::string& sql)
         word.push_back(static_cast<char>(std::toupper(static_cast<unsigned char>(sql[i]))));
     }
     return word == "BEGIN" || word == "COMMIT" || word == "END" || word == "ROLLBACK" || word == "SAVEPOINT" ||
-        word == "RELEASE";
+           word == "RELEASE";
 }
 
 bool SameColumns(const ValuesBucket& left, const ValuesBucket& right)
@@ -37,7 +37,7 @@ bool SameColumns(const ValuesBucket& left, const ValuesBucket& right)
     const auto& a = left.GetAll();
     const auto& b = right.GetAll();
     return a.size() == b.size() &&
-        std::equal(a.begin(), a.end(), b.begin(), [](const auto& x, const auto& y) { return x.first == y.first; });
+           std::equal(a.begin(), a.end(), b.begin(), [](const auto& x, const auto& y) { return x.first == y.first; });
 }
 
 std::string SavepointName(int depth)
@@ -64,7 +64,7 @@ std::shared_ptr<RdbStoreImpl> RdbStoreImpl::Open(const RdbStoreConfig& config, i
     sqlite3* db = nullptr;
     // The store serialises all use of its connection itself, so SQLite's own mutex is not needed.
     const int flags = (config.IsReadOnly() ? SQLITE_OPEN_READONLY : (SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE)) |
-        SQLITE_OPEN_NOMUTEX;
+                      SQLITE_OPEN_NOMUTEX;
     int rc = sqlite3_open_v2(config.GetPath().c_str(), &db, flags, nullptr);
     if (rc != SQLITE_OK) {
         RDB_LOGE("open failed, rc=%{public}d, %{public}s", rc, db == nullptr ? "no memory" : sqlite3_errmsg(db));
@@ -84,7 +84,9 @@ std::shared_ptr<RdbStoreImpl> RdbStoreImpl::Open(const RdbStoreConfig& config, i
     return store;
 }
 
-RdbStoreImpl::RdbStoreImpl(sqlite3* db, const RdbStoreConfig& config) : db_(db), config_(config) {}
+RdbStoreImpl::RdbStoreImpl(sqlite3* db, const RdbStoreConfig& config) : db_(db), config_(config)
+{
+}
 
 RdbStoreImpl::~RdbStoreImpl()
 {
@@ -125,8 +127,8 @@ int RdbStoreImpl::ApplyConfig()
     mode.GetString(actual);
     std::transform(actual.begin(), actual.end(), actual.begin(), [](unsigned char c) { return std::toupper(c); });
     if (actual != config_.GetJournalMode()) {
-        RDB_LOGE("journal mode %{public}s asked, %{public}s in effect", config_.GetJournalMode().c_str(),
-            actual.c_str());
+        RDB_LOGE(
+            "journal mode %{public}s asked, %{public}s in effect", config_.GetJournalMode().c_str(), actual.c_str());
         return E_SQLITE_ERROR;
     }
     ValueObject limit;
@@ -194,8 +196,8 @@ int RdbStoreImpl::BatchInsert(int64_t& count, const std::string& table, const st
             return E_OK;
         }
     }
-    RDB_LOGE("batch of %{public}zu rows into %{public}s rolled back at row %{public}lld, ret=%{public}d",
-        values.size(), table.c_str(), static_cast<long long>(inserted), ret);
+    RDB_LOGE("batch of %{public}zu rows into %{public}s rolled back at row %{public}lld, ret=%{public}d", values.size(),
+        table.c_str(), static_cast<long long>(inserted), ret);
     Execute(std::string("ROLLBACK TO ") + BATCH_SAVEPOINT);
     Execute(std::string("RELEASE ") + BATCH_SAVEPOINT);
     return ret;
@@ -240,8 +242,8 @@ int RdbStoreImpl::Delete(int& deletedRows, const AbsRdbPredicates& predicates)
     return ret;
 }
 
-std::shared_ptr<AbsSharedResultSet> RdbStoreImpl::Query(const AbsRdbPredicates& predicates,
-    const std::vector<std::string>& columns)
+std::shared_ptr<AbsSharedResultSet> RdbStoreImpl::Query(
+    const AbsRdbPredicates& predicates, const std::vector<std::string>& columns)
 {
     std::string sql;
     int ret = SqlBuilder::BuildQuery(predicates, columns, sql);
@@ -253,8 +255,8 @@ std::shared_ptr<AbsSharedResultSet> RdbStoreImpl::Query(const AbsRdbPredicates& 
     return Select(sql, predicates.GetBindArgs());
 }
 
-std::shared_ptr<AbsSharedResultSet> RdbStoreImpl::QuerySql(const std::string& sql,
-    const std::vector<ValueObject>& bindArgs)
+std::shared_ptr<AbsSharedResultSet> RdbStoreImpl::QuerySql(
+    const std::string& sql, const std::vector<ValueObject>& bindArgs)
 {
     std::lock_guard<std::recursive_mutex> lock(mutex_);
     return Select(sql, bindArgs);
@@ -297,8 +299,8 @@ int RdbStoreImpl::ExecuteAndGetLong(int64_t& value, const std::string& sql, cons
     return cell.GetLong(value) == E_OK ? E_OK : E_INVALID_COLUMN_TYPE;
 }
 
-int RdbStoreImpl::ExecuteAndGetString(std::string& value, const std::string& sql,
-    const std::vector<ValueObject>& bindArgs)
+int RdbStoreImpl::ExecuteAndGetString(
+    std::string& value, const std::string& sql, const std::vector<ValueObject>& bindArgs)
 {
     if (IsTransactionControl(sql)) {
         return E_NOT_SUPPORTED;
@@ -467,8 +469,7 @@ int RdbStoreImpl::ReadFirstCell(const std::string& sql, const std::vector<ValueO
     return SqliteStatement::ToRdbError(rc);
 }
 
-int RdbStoreImpl::InsertRow(int64_t& rowId, const std::string& table, const ValuesBucket& values,
-    const char* conflict)
+int RdbStoreImpl::InsertRow(int64_t& rowId, const std::string& table, const ValuesBucket& values, const char* conflict)
 {
     rowId = -1;
     if (config_.IsReadOnly()) {
@@ -494,8 +495,8 @@ int RdbStoreImpl::InsertRow(int64_t& rowId, const std::string& table, const Valu
     return ret;
 }
 
-std::shared_ptr<AbsSharedResultSet> RdbStoreImpl::Select(const std::string& sql,
-    const std::vector<ValueObject>& bindArgs)
+std::shared_ptr<AbsSharedResultSet> RdbStoreImpl::Select(
+    const std::string& sql, const std::vector<ValueObject>& bindArgs)
 {
     SqliteStatement* statement = nullptr;
     if (Prepare(sql, statement) != E_OK) {

@@ -36,16 +36,16 @@ public:
     int BatchInsert(int64_t& count, const std::string& table, const std::vector<ValuesBucket>& values) override;
     int Update(int& changedRows, const ValuesBucket& values, const AbsRdbPredicates& predicates) override;
     int Delete(int& deletedRows, const AbsRdbPredicates& predicates) override;
-    std::shared_ptr<AbsSharedResultSet> Query(const AbsRdbPredicates& predicates,
-        const std::vector<std::string>& columns) override;
-    std::shared_ptr<AbsSharedResultSet> QuerySql(const std::string& sql,
-        const std::vector<ValueObject>& bindArgs) override;
+    std::shared_ptr<AbsSharedResultSet> Query(
+        const AbsRdbPredicates& predicates, const std::vector<std::string>& columns) override;
+    std::shared_ptr<AbsSharedResultSet> QuerySql(
+        const std::string& sql, const std::vector<ValueObject>& bindArgs) override;
     int Count(int64_t& count, const AbsRdbPredicates& predicates) override;
 
     int ExecuteSql(const std::string& sql, const std::vector<ValueObject>& bindArgs) override;
     int ExecuteAndGetLong(int64_t& value, const std::string& sql, const std::vector<ValueObject>& bindArgs) override;
-    int ExecuteAndGetString(std::string& value, const std::string& sql,
-        const std::vector<ValueObject>& bindArgs) override;
+    int ExecuteAndGetString(
+        std::string& value, const std::string& sql, const std::vector<ValueObject>& bindArgs) override;
 
     int BeginTransaction() override;
     int Commit() override;

@@ -28,8 +28,8 @@ std::string SqlBuilder::Quote(const std::string& name)
     return quoted;
 }
 
-int SqlBuilder::BuildInsert(const std::string& table, const ValuesBucket& values, const char* conflictClause,
-    std::string& sql)
+int SqlBuilder::BuildInsert(
+    const std::string& table, const ValuesBucket& values, const char* conflictClause, std::string& sql)
 {
     if (table.empty()) {
         return E_EMPTY_TABLE_NAME;
@@ -103,8 +103,8 @@ int SqlBuilder::BuildDelete(const AbsRdbPredicates& predicates, std::string& sql
     return E_OK;
 }
 
-int SqlBuilder::BuildQuery(const AbsRdbPredicates& predicates, const std::vector<std::string>& columns,
-    std::string& sql)
+int SqlBuilder::BuildQuery(
+    const AbsRdbPredicates& predicates, const std::vector<std::string>& columns, std::string& sql)
 {
     int ret = CheckPredicates(predicates, true);
     if (ret != E_OK) {

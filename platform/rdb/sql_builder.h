@@ -21,15 +21,15 @@ public:
     static std::string Quote(const std::string& name);
 
     // conflictClause is "" or an "OR ..." clause such as "OR REPLACE".
-    static int BuildInsert(const std::string& table, const ValuesBucket& values, const char* conflictClause,
-        std::string& sql);
+    static int BuildInsert(
+        const std::string& table, const ValuesBucket& values, const char* conflictClause, std::string& sql);
     // The bound arguments are the new values followed by the predicates' arguments.
     static int BuildUpdate(const ValuesBucket& values, const AbsRdbPredicates& predicates, std::string& sql,
         std::vector<ValueObject>& bindArgs);
     static int BuildDelete(const AbsRdbPredicates& predicates, std::string& sql);
     // No columns selects every column.
-    static int BuildQuery(const AbsRdbPredicates& predicates, const std::vector<std::string>& columns,
-        std::string& sql);
+    static int BuildQuery(
+        const AbsRdbPredicates& predicates, const std::vector<std::string>& columns, std::string& sql);
     static int BuildCount(const AbsRdbPredicates& predicates, std::string& sql);
 
 private:

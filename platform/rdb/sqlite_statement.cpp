@@ -107,10 +107,8 @@ std::string SqliteStatement::ColumnName(int index) const
 ValueObject SqliteStatement::Column(int index) const
 {
     switch (sqlite3_column_type(stmt_, index)) {
-        case SQLITE_INTEGER:
-            return ValueObject(static_cast<int64_t>(sqlite3_column_int64(stmt_, index)));
-        case SQLITE_FLOAT:
-            return ValueObject(sqlite3_column_double(stmt_, index));
+        case SQLITE_INTEGER: return ValueObject(static_cast<int64_t>(sqlite3_column_int64(stmt_, index)));
+        case SQLITE_FLOAT: return ValueObject(sqlite3_column_double(stmt_, index));
         case SQLITE_TEXT: {
             const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(stmt_, index));
             const int size = sqlite3_column_bytes(stmt_, index);
@@ -121,8 +119,7 @@ ValueObject SqliteStatement::Column(int index) const
             const int size = sqlite3_column_bytes(stmt_, index);
             return ValueObject(bytes == nullptr ? std::vector<uint8_t>() : std::vector<uint8_t>(bytes, bytes + size));
         }
-        default:
-            return ValueObject();
+        default: return ValueObject();
     }
 }
 
@@ -136,27 +133,18 @@ int SqliteStatement::ToRdbError(int sqliteCode)
     switch (sqliteCode & 0xff) {
         case SQLITE_OK:
         case SQLITE_DONE:
-        case SQLITE_ROW:
-            return E_OK;
-        case SQLITE_CONSTRAINT:
-            return E_SQLITE_CONSTRAINT;
+        case SQLITE_ROW: return E_OK;
+        case SQLITE_CONSTRAINT: return E_SQLITE_CONSTRAINT;
         case SQLITE_BUSY:
-        case SQLITE_LOCKED:
-            return E_SQLITE_BUSY;
-        case SQLITE_CANTOPEN:
-            return E_SQLITE_CANTOPEN;
+        case SQLITE_LOCKED: return E_SQLITE_BUSY;
+        case SQLITE_CANTOPEN: return E_SQLITE_CANTOPEN;
         case SQLITE_CORRUPT:
-        case SQLITE_NOTADB:
-            return E_SQLITE_CORRUPT;
-        case SQLITE_FULL:
-            return E_SQLITE_FULL;
+        case SQLITE_NOTADB: return E_SQLITE_CORRUPT;
+        case SQLITE_FULL: return E_SQLITE_FULL;
         case SQLITE_READONLY:
-        case SQLITE_PERM:
-            return E_SQLITE_READONLY;
-        case SQLITE_RANGE:
-            return E_INVALID_BIND_ARGS_COUNT;
-        default:
-            return E_SQLITE_ERROR;
+        case SQLITE_PERM: return E_SQLITE_READONLY;
+        case SQLITE_RANGE: return E_INVALID_BIND_ARGS_COUNT;
+        default: return E_SQLITE_ERROR;
     }
 }
 
@@ -166,23 +154,15 @@ int SqliteStatement::BindOne(int index, const ValueObject& value)
     // Text and blobs are bound without a copy: the caller's values outlive the step, and Reset
     // clears the bindings before anything else can reach them.
     switch (value.GetType()) {
-        case ValueObject::TYPE_NULL:
-            rc = sqlite3_bind_null(stmt_, index);
-            break;
-        case ValueObject::TYPE_INT:
-            rc = sqlite3_bind_int64(stmt_, index, std::get<int64_t>(value.value));
-            break;
-        case ValueObject::TYPE_DOUBLE:
-            rc = sqlite3_bind_double(stmt_, index, std::get<double>(value.value));
-            break;
+        case ValueObject::TYPE_NULL: rc = sqlite3_bind_null(stmt_, index); break;
+        case ValueObject::TYPE_INT: rc = sqlite3_bind_int64(stmt_, index, std::get<int64_t>(value.value)); break;
+        case ValueObject::TYPE_DOUBLE: rc = sqlite3_bind_double(stmt_, index, std::get<double>(value.value)); break;
         case ValueObject::TYPE_STRING: {
             const auto& text = std::get<std::string>(value.value);
             rc = sqlite3_bind_text64(stmt_, index, text.data(), text.size(), SQLITE_STATIC, SQLITE_UTF8);
             break;
         }
-        case ValueObject::TYPE_BOOL:
-            rc = sqlite3_bind_int64(stmt_, index, std::get<bool>(value.value) ? 1 : 0);
-            break;
+        case ValueObject::TYPE_BOOL: rc = sqlite3_bind_int64(stmt_, index, std::get<bool>(value.value) ? 1 : 0); break;
         case ValueObject::TYPE_BLOB: {
             const auto& bytes = std::get<std::vector<uint8_t>>(value.value);
             // An empty blob is still a blob, not NULL, so it is bound as a zero-length blob.
@@ -190,8 +170,7 @@ int SqliteStatement::BindOne(int index, const ValueObject& value)
                                : sqlite3_bind_blob64(stmt_, index, bytes.data(), bytes.size(), SQLITE_STATIC);
             break;
         }
-        default:
-            return E_INVALID_OBJECT_TYPE;
+        default: return E_INVALID_OBJECT_TYPE;
     }
     return rc == SQLITE_OK ? E_OK : ToRdbError(rc);
 }

@@ -4,7 +4,9 @@
 
 namespace OHOS {
 
-SystemAbility::SystemAbility(bool runOnCreate) : SystemAbility(0, runOnCreate) {}
+SystemAbility::SystemAbility(bool runOnCreate) : SystemAbility(0, runOnCreate)
+{
+}
 
 SystemAbility::SystemAbility(int32_t systemAbilityId, bool runOnCreate)
     : saId_(systemAbilityId), runOnCreate_(runOnCreate)
@@ -24,7 +26,9 @@ bool SystemAbility::MakeAndRegisterAbility(SystemAbility* systemAbility)
     return Host::SystemAbilityManager::GetInstance().RegisterAbility(systemAbility);
 }
 
-void SystemAbility::OnStart() {}
+void SystemAbility::OnStart()
+{
+}
 
 void SystemAbility::OnStart(const SystemAbilityOnDemandReason& /*startReason*/)
 {
@@ -36,9 +40,13 @@ int32_t SystemAbility::OnIdle(const SystemAbilityOnDemandReason& /*idleReason*/)
     return 0;
 }
 
-void SystemAbility::OnActive(const SystemAbilityOnDemandReason& /*activeReason*/) {}
+void SystemAbility::OnActive(const SystemAbilityOnDemandReason& /*activeReason*/)
+{
+}
 
-void SystemAbility::OnStop() {}
+void SystemAbility::OnStop()
+{
+}
 
 void SystemAbility::OnStop(const SystemAbilityOnDemandReason& /*stopReason*/)
 {

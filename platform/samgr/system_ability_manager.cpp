@@ -88,8 +88,8 @@ sptr<IRemoteObject> SystemAbilityManager::CheckSystemAbility(int32_t systemAbili
     return entry->object;
 }
 
-int32_t SystemAbilityManager::AddSystemAbility(int32_t systemAbilityId, const sptr<IRemoteObject>& ability,
-    const SAExtraProp& /*extraProp*/)
+int32_t SystemAbilityManager::AddSystemAbility(
+    int32_t systemAbilityId, const sptr<IRemoteObject>& ability, const SAExtraProp& /*extraProp*/)
 {
     if (ability == nullptr) {
         return SAM_ERR_INVALID_ABILITY;
@@ -129,14 +129,14 @@ int32_t SystemAbilityManager::LoadSystemAbility(int32_t systemAbilityId, int32_t
     return Acquire(systemAbilityId, InterfaceCall(), std::chrono::steady_clock::now() + wait).result;
 }
 
-sptr<IRemoteObject> SystemAbilityManager::StartAbility(int32_t systemAbilityId,
-    const SystemAbilityOnDemandReason& reason)
+sptr<IRemoteObject> SystemAbilityManager::StartAbility(
+    int32_t systemAbilityId, const SystemAbilityOnDemandReason& reason)
 {
     return Acquire(systemAbilityId, reason, std::chrono::steady_clock::now() + GET_WAIT).object;
 }
 
-SystemAbilityManager::Acquired SystemAbilityManager::Acquire(int32_t systemAbilityId,
-    const SystemAbilityOnDemandReason& reason, std::chrono::steady_clock::time_point deadline)
+SystemAbilityManager::Acquired SystemAbilityManager::Acquire(
+    int32_t systemAbilityId, const SystemAbilityOnDemandReason& reason, std::chrono::steady_clock::time_point deadline)
 {
     Released released;  // destroyed after the lock
     std::unique_lock<std::mutex> lock(mutex_);
@@ -166,10 +166,8 @@ SystemAbilityManager::Acquired SystemAbilityManager::Acquire(int32_t systemAbili
             const bool ownThread = entry->busyThread == std::this_thread::get_id();
             switch (entry->state) {
                 case State::RUNNING:
-                case State::UNLOAD_PENDING:
-                    return {0, entry->object};
-                case State::STOPPED:
-                    return Start(lock, systemAbilityId, reason, released);
+                case State::UNLOAD_PENDING: return {0, entry->object};
+                case State::STOPPED: return Start(lock, systemAbilityId, reason, released);
                 case State::STARTING:
                     // Published objects are served while OnStart goes on; OnStart asking for its
                     // own ability gets what it has published so far.
@@ -198,8 +196,8 @@ SystemAbilityManager::Acquired SystemAbilityManager::Acquire(int32_t systemAbili
     }
 }
 
-SystemAbilityManager::Acquired SystemAbilityManager::Start(std::unique_lock<std::mutex>& lock,
-    int32_t systemAbilityId, const SystemAbilityOnDemandReason& reason, Released& released)
+SystemAbilityManager::Acquired SystemAbilityManager::Start(std::unique_lock<std::mutex>& lock, int32_t systemAbilityId,
+    const SystemAbilityOnDemandReason& reason, Released& released)
 {
     Entry* entry = FindEntry(systemAbilityId);
     SystemAbility* ability = entry->ability;
@@ -416,10 +414,8 @@ bool SystemAbilityManager::CancelIdle(SystemAbility* ability)
             changed_.notify_all();
             return true;
         case State::IDLING:
-        case State::STOPPING:
-            return false;
-        default:
-            return true;
+        case State::STOPPING: return false;
+        default: return true;
     }
 }
 

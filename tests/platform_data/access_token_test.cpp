@@ -11,9 +11,9 @@ namespace AspTest {
 namespace {
 
 using namespace OHOS::Security::AccessToken;
-using OHOS::Host::ScopedFault;
 using Host::AccessTokenService;
 using Host::TokenChange;
+using OHOS::Host::ScopedFault;
 
 const std::string CAMERA = "ohos.permission.CAMERA";
 const std::string MICROPHONE = "ohos.permission.MICROPHONE";
@@ -121,8 +121,8 @@ TEST_F(AccessTokenTest, NativeAndShellTokensOfSystemProcesses)
 
 TEST_F(AccessTokenTest, VerifyFollowsTheCurrentGrantState)
 {
-    const auto app = MakeApp("com.example.cam", false, {{CAMERA, PERMISSION_GRANTED, PERMISSION_USER_SET},
-        {MICROPHONE, PERMISSION_DENIED, PERMISSION_DEFAULT_FLAG}});
+    const auto app = MakeApp("com.example.cam", false,
+        {{CAMERA, PERMISSION_GRANTED, PERMISSION_USER_SET}, {MICROPHONE, PERMISSION_DENIED, PERMISSION_DEFAULT_FLAG}});
     EXPECT_EQ(AccessTokenKit::VerifyAccessToken(app.tokenId, CAMERA), PERMISSION_GRANTED);
     EXPECT_EQ(AccessTokenKit::VerifyAccessToken(app.tokenId, MICROPHONE), PERMISSION_DENIED);
     EXPECT_EQ(AccessTokenKit::VerifyAccessToken(app.tokenId, LOCATION), PERMISSION_DENIED);
@@ -142,8 +142,8 @@ TEST_F(AccessTokenTest, GrantAndRevokeStoreTheFlagsExactlyAsGiven)
     EXPECT_EQ(flag, static_cast<uint32_t>(PERMISSION_GRANTED_BY_POLICY));
 
     // Not merged with the old flags: replaced.
-    ASSERT_EQ(AccessTokenKit::GrantPermission(app.tokenId, CAMERA, PERMISSION_USER_SET | PERMISSION_USER_FIXED),
-        RET_SUCCESS);
+    ASSERT_EQ(
+        AccessTokenKit::GrantPermission(app.tokenId, CAMERA, PERMISSION_USER_SET | PERMISSION_USER_FIXED), RET_SUCCESS);
     ASSERT_EQ(AccessTokenKit::GetPermissionFlag(app.tokenId, CAMERA, flag), RET_SUCCESS);
     EXPECT_EQ(flag, static_cast<uint32_t>(PERMISSION_USER_SET | PERMISSION_USER_FIXED));
     EXPECT_EQ(StateOf(app.tokenId, CAMERA), PERMISSION_GRANTED);
@@ -269,8 +269,7 @@ TEST_F(AccessTokenTest, ListenerHearsEveryChangeAndMayCallBack)
     });
     const auto app = MakeApp("com.example.a", false, {{CAMERA, PERMISSION_DENIED, 0}});
     ASSERT_EQ(AccessTokenKit::GrantPermission(app.tokenId, CAMERA, PERMISSION_USER_SET), RET_SUCCESS);
-    ASSERT_EQ(AccessTokenKit::GrantPermission(app.tokenId, MICROPHONE, PERMISSION_USER_SET),
-        ERR_PERMISSION_NOT_EXIST);
+    ASSERT_EQ(AccessTokenKit::GrantPermission(app.tokenId, MICROPHONE, PERMISSION_USER_SET), ERR_PERMISSION_NOT_EXIST);
     ASSERT_TRUE(service.DeleteToken(app.tokenId));
     const std::vector<std::pair<TokenChange, size_t>> expected = {
         {TokenChange::CREATED, 1}, {TokenChange::PERMISSION_CHANGED, 1}, {TokenChange::DELETED, 0}};

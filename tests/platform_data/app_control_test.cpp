@@ -83,8 +83,8 @@ TEST_F(AppControlTest, StatusesAreKeptPerAppAndUserAndEveryCallIsLoggedInOrder)
     const auto calls = AppControlService::GetInstance().GetCallLog();
     ASSERT_EQ(calls.size(), 8u);  // reads are not logged
     const std::vector<std::pair<Op, std::string>> order = {{Op::SET, "app.one_KEY"}, {Op::SET, "app.two_KEY"},
-        {Op::SET, "app.two_KEY"}, {Op::SET, "app.two_KEY"}, {Op::DELETE, "app.two_KEY"},
-        {Op::DELETE, "app.never_KEY"}, {Op::SET, ""}, {Op::SET, "app.one_KEY"}};
+        {Op::SET, "app.two_KEY"}, {Op::SET, "app.two_KEY"}, {Op::DELETE, "app.two_KEY"}, {Op::DELETE, "app.never_KEY"},
+        {Op::SET, ""}, {Op::SET, "app.one_KEY"}};
     for (size_t i = 0; i < order.size(); ++i) {
         EXPECT_EQ(calls[i].operation, order[i].first) << i;
         EXPECT_EQ(calls[i].appId, order[i].second) << i;
@@ -104,8 +104,8 @@ TEST_F(AppControlTest, ListenerAndRestoreForTheDeviceDatabase)
     auto& service = AppControlService::GetInstance();
     std::vector<std::string> heard;
     service.SetListener([&heard, &service](const AppExecFwk::Host::DisposedStatus& status, bool set) {
-        heard.push_back((set ? "set " : "delete ") + status.appId + " " +
-                        std::to_string(service.ListDisposedStatuses().size()));
+        heard.push_back(
+            (set ? "set " : "delete ") + status.appId + " " + std::to_string(service.ListDisposedStatuses().size()));
     });
     ASSERT_EQ(service.SetDisposedStatus("app.one_KEY", Blocked("a"), 100), ERR_OK);
     ASSERT_EQ(service.DeleteDisposedStatus("app.never_KEY", 100), ERR_OK);  // nothing changed: not heard

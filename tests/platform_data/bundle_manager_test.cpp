@@ -17,8 +17,8 @@ namespace {
 using namespace OHOS;
 using namespace OHOS::AppExecFwk;
 using AppExecFwk::Host::BundleManagerService;
-using AppExecFwk::Host::InstallParams;
 using AppExecFwk::Host::InstalledBundle;
+using AppExecFwk::Host::InstallParams;
 using OHOS::Host::ScopedFault;
 using Security::AccessToken::AccessTokenKit;
 using Security::AccessToken::PermissionStatus;
@@ -34,8 +34,8 @@ class BundleManagerTest : public PlatformDataTest {
 protected:
     static BundleManagerService& Bms() { return BundleManagerService::GetInstance(); }
 
-    static InstalledBundle Install(const std::string& name, int32_t userId, int32_t appIndex = -1,
-        std::vector<PermissionStatus> permissions = {})
+    static InstalledBundle Install(
+        const std::string& name, int32_t userId, int32_t appIndex = -1, std::vector<PermissionStatus> permissions = {})
     {
         InstallParams params;
         params.bundleName = name;

@@ -41,8 +41,8 @@ protected:
         return Host::AccessTokenService::GetInstance().CreateHapToken(params).tokenId;
     }
 
-    static UsageRecord Record(AccessTokenID tokenId, const std::string& permission, int64_t timestamp,
-        int32_t success, int32_t fail = 0)
+    static UsageRecord Record(
+        AccessTokenID tokenId, const std::string& permission, int64_t timestamp, int32_t success, int32_t fail = 0)
     {
         UsageRecord record;
         record.tokenId = tokenId;
@@ -68,8 +68,8 @@ protected:
     }
 
     // (access, reject) of one permission of one bundle in a result; (-1, -1) when absent.
-    static std::pair<int32_t, int32_t> Counts(const PermissionUsedResult& result, AccessTokenID tokenId,
-        const std::string& permission)
+    static std::pair<int32_t, int32_t> Counts(
+        const PermissionUsedResult& result, AccessTokenID tokenId, const std::string& permission)
     {
         for (const auto& bundle : result.bundleRecords) {
             for (const auto& record : bundle.permissionRecords) {
@@ -182,9 +182,9 @@ TEST_F(PrivacyRecordTest, KitRefusesWhatCannotBeRecorded)
 
 TEST_F(PrivacyRecordTest, QueriesSelectByTokenAndPermissions)
 {
-    ASSERT_EQ(Records().AddRecords({Record(camApp_, CAMERA, 100, 1), Record(camApp_, MICROPHONE, 200, 2),
-                  Record(mapApp_, CAMERA, 300, 4), Record(mapApp_, LOCATION, 400, 8),
-                  Record(camApp_, CAMERA, 500, 16)}),
+    ASSERT_EQ(
+        Records().AddRecords({Record(camApp_, CAMERA, 100, 1), Record(camApp_, MICROPHONE, 200, 2),
+            Record(mapApp_, CAMERA, 300, 4), Record(mapApp_, LOCATION, 400, 8), Record(camApp_, CAMERA, 500, 16)}),
         0);
 
     auto all = Query(INVALID_TOKENID, {}, 0, 0);

@@ -24,8 +24,8 @@ public:
     }
     void OnReceiveEvent(const CommonEventData& data) override
     {
-        log_.push_back(name_ + ":" + data.GetWant().GetAction() + ":" + std::to_string(data.GetCode()) + ":" +
-                       data.GetData());
+        log_.push_back(
+            name_ + ":" + data.GetWant().GetAction() + ":" + std::to_string(data.GetCode()) + ":" + data.GetData());
         if (onReceive) {
             onReceive();
         }
@@ -122,8 +122,8 @@ TEST_F(CommonEventManagerTest, SubscriberMayUnsubscribeWhileReceiving)
 
     EXPECT_TRUE(CommonEventManager::PublishCommonEvent(Event(RESTORE)));
     EXPECT_TRUE(CommonEventManager::PublishCommonEvent(Event(RESTORE)));
-    EXPECT_EQ(log_, (std::vector<std::string>{"once:" + RESTORE + ":0:", "always:" + RESTORE + ":0:",
-                        "always:" + RESTORE + ":0:"}));
+    EXPECT_EQ(log_, (std::vector<std::string>{
+                        "once:" + RESTORE + ":0:", "always:" + RESTORE + ":0:", "always:" + RESTORE + ":0:"}));
 }
 
 TEST(MatchingSkillsTest, EventsAreKeptOnceInOrder)

@@ -67,8 +67,7 @@ public:
             case MAKE_CHILD:
                 return reply.WriteRemoteObject(sptr<IRemoteObject>(new CalculatorStub())) ? ERR_NONE
                                                                                           : IPC_STUB_WRITE_PARCEL_ERR;
-            default:
-                return IPCObjectStub::OnRemoteRequest(code, data, reply, option);
+            default: return IPCObjectStub::OnRemoteRequest(code, data, reply, option);
         }
     }
 

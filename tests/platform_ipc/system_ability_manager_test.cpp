@@ -40,7 +40,9 @@ private:
 // Records its lifecycle as a string of events: "start:<reason name>", "idle", "stop".
 class RecordingAbility : public SystemAbility {
 public:
-    explicit RecordingAbility(int32_t id = ABILITY_ID) : SystemAbility(id, true), object_(new IPCObjectStub(u"test.A")) {}
+    explicit RecordingAbility(int32_t id = ABILITY_ID) : SystemAbility(id, true), object_(new IPCObjectStub(u"test.A"))
+    {
+    }
 
     using SystemAbility::CancelIdle;
     using SystemAbility::OnStart;
@@ -246,8 +248,9 @@ TEST_F(SystemAbilityManagerTest, UnloadAskedFromTheAbilitysOwnTimerDoesNotBlockI
             runner_.Run(
                 [this] {
                     timerThread_ = std::this_thread::get_id();
-                    unloadResult_ = SystemAbilityManagerClient::GetInstance().GetSystemAbilityManager()
-                        ->UnloadSystemAbility(ABILITY_ID);
+                    unloadResult_ =
+                        SystemAbilityManagerClient::GetInstance().GetSystemAbilityManager()->UnloadSystemAbility(
+                            ABILITY_ID);
                     timerDone_.set_value();
                 },
                 1);

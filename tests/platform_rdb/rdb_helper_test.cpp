@@ -1,5 +1,5 @@
-#include <fstream>
 #include <sys/stat.h>
+#include <fstream>
 
 #include "platform/fault/fault_injection.h"
 #include "rdb_predicates.h"
@@ -202,8 +202,7 @@ TEST(RdbHelperTest, RefusedConfigurationsAndPathsGiveCodes)
     oddPage.SetPageSize(3000);
     EXPECT_EQ(RdbHelper::GetRdbStore(oddPage, 1, callback, errCode), nullptr);
     EXPECT_EQ(errCode, E_INVALID_ARGS);
-    EXPECT_EQ(RdbHelper::GetRdbStore(RdbStoreConfig(dir.File("m.db"), StorageMode::MODE_MEMORY), 1, callback,
-                  errCode),
+    EXPECT_EQ(RdbHelper::GetRdbStore(RdbStoreConfig(dir.File("m.db"), StorageMode::MODE_MEMORY), 1, callback, errCode),
         nullptr);
     EXPECT_EQ(errCode, E_NOT_SUPPORTED);
 

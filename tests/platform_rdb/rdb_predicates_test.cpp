@@ -88,16 +88,27 @@ TEST_F(RdbPredicatesTest, ConditionsJoinOrAndWrap)
 
     // value = 1 AND (bundle = b OR bundle = c): the wrap keeps OR from swallowing the first term.
     RdbPredicates wrapped(TABLE);
-    wrapped.EqualTo("policy_value", 1).And().BeginWrap().EqualTo("bundle_name", "com.b").Or().EqualTo(
-        "bundle_name", "com.c").EndWrap();
+    wrapped.EqualTo("policy_value", 1)
+        .And()
+        .BeginWrap()
+        .EqualTo("bundle_name", "com.b")
+        .Or()
+        .EqualTo("bundle_name", "com.c")
+        .EndWrap();
     EXPECT_EQ(Bundles(wrapped), Names{"com.c"});
 
     RdbPredicates ranges(TABLE);
-    ranges.GreaterThan("version_code", 1).Or().LessThan("policy_value", 1).OrderByAsc("bundle_name").OrderByAsc(
-        "policy_name");
+    ranges.GreaterThan("version_code", 1)
+        .Or()
+        .LessThan("policy_value", 1)
+        .OrderByAsc("bundle_name")
+        .OrderByAsc("policy_name");
     EXPECT_EQ(Bundles(ranges), (Names{"com.a", "com.b", "com.d"}));
     RdbPredicates notEqual(TABLE);
-    notEqual.NotEqualTo("policy_name", "malicious-app").And().GreaterThanOrEqualTo("policy_value", 1).And()
+    notEqual.NotEqualTo("policy_name", "malicious-app")
+        .And()
+        .GreaterThanOrEqualTo("policy_value", 1)
+        .And()
         .LessThanOrEqualTo("version_code", 5);
     EXPECT_EQ(Bundles(notEqual), Names{"com.d"});
 
@@ -133,12 +144,12 @@ TEST_F(RdbPredicatesTest, LimitOffsetAndClear)
 TEST_F(RdbPredicatesTest, MalformedPredicatesAreRefusedNotGuessed)
 {
     std::vector<RdbPredicates> malformed(8, RdbPredicates(TABLE));
-    malformed[0].And().EqualTo("bundle_name", "com.a");          // operator with nothing before it
-    malformed[1].EqualTo("bundle_name", "com.a").Or();           // ... or after it
-    malformed[2].BeginWrap().EqualTo("bundle_name", "com.a");    // wrap never closed
-    malformed[3].EqualTo("bundle_name", "com.a").EndWrap();      // closing what was not opened
-    malformed[4].BeginWrap().EndWrap();                          // empty wrap
-    malformed[5].EqualTo("bundle_name = 'com.a' OR 1", 1);       // a field that is SQL
+    malformed[0].And().EqualTo("bundle_name", "com.a");        // operator with nothing before it
+    malformed[1].EqualTo("bundle_name", "com.a").Or();         // ... or after it
+    malformed[2].BeginWrap().EqualTo("bundle_name", "com.a");  // wrap never closed
+    malformed[3].EqualTo("bundle_name", "com.a").EndWrap();    // closing what was not opened
+    malformed[4].BeginWrap().EndWrap();                        // empty wrap
+    malformed[5].EqualTo("bundle_name = 'com.a' OR 1", 1);     // a field that is SQL
     malformed[6].OrderByAsc("bundle_name; DROP TABLE gtoken_policy");
     malformed[7].EqualTo("bundle_name", "com.a").Offset(-1);
     for (size_t i = 0; i < malformed.size(); ++i) {

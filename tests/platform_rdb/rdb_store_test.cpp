@@ -75,8 +75,8 @@ TEST(RdbStoreTest, NamesThatAreNotIdentifiersAreRefused)
     auto store = AspTest::OpenPolicyStore(dir);
     ASSERT_NE(store, nullptr);
     int64_t rowId = 0;
-    EXPECT_EQ(store->Insert(rowId, "gtoken_policy; DROP TABLE gtoken_policy", PolicyRow("com.a", "p", 1)),
-        E_INVALID_ARGS);
+    EXPECT_EQ(
+        store->Insert(rowId, "gtoken_policy; DROP TABLE gtoken_policy", PolicyRow("com.a", "p", 1)), E_INVALID_ARGS);
     auto row = PolicyRow("com.a", "p", 1);
     row.PutString("policy_value\" = 1; --", "x");
     EXPECT_EQ(store->Insert(rowId, TABLE, row), E_INVALID_ARGS);
@@ -94,7 +94,13 @@ TEST(RdbStoreTest, ValuesAreStoredVerbatimNeverAsSql)
     auto store = AspTest::OpenPolicyStore(dir);
     ASSERT_NE(store, nullptr);
     const std::vector<std::string> awkward = {
-        "O'Brien", "\"quoted\"", "x'); DROP TABLE gtoken_policy; --", "1 OR 1=1", "?", "", "ünïcødé ✓",
+        "O'Brien",
+        "\"quoted\"",
+        "x'); DROP TABLE gtoken_policy; --",
+        "1 OR 1=1",
+        "?",
+        "",
+        "ünïcødé ✓",
         std::string("nul\0inside", 10),
     };
     for (const auto& text : awkward) {
@@ -337,16 +343,17 @@ TEST(RdbStoreTest, ExecuteSqlRunsOneStatementWithItsArguments)
     EXPECT_EQ(CountAll(*store), 1);
 
     int64_t value = 0;
-    ASSERT_EQ(store->ExecuteAndGetLong(value, "SELECT version_code FROM gtoken_policy WHERE bundle_name = ?",
-                  {ValueObject("com.a")}),
+    ASSERT_EQ(store->ExecuteAndGetLong(
+                  value, "SELECT version_code FROM gtoken_policy WHERE bundle_name = ?", {ValueObject("com.a")}),
         E_OK);
     EXPECT_EQ(value, 3);
     EXPECT_EQ(store->ExecuteAndGetLong(value, "SELECT version_code FROM gtoken_policy WHERE bundle_name = 'x'"),
         E_ROW_OUT_RANGE);
     EXPECT_EQ(store->ExecuteAndGetLong(value, "SELECT bundle_name FROM gtoken_policy"), E_INVALID_COLUMN_TYPE);
 
-    auto resultSet = store->QuerySql("SELECT bundle_name, version_code * 2 AS twice FROM gtoken_policy WHERE "
-                                     "policy_name = ?",
+    auto resultSet = store->QuerySql(
+        "SELECT bundle_name, version_code * 2 AS twice FROM gtoken_policy WHERE "
+        "policy_name = ?",
         {ValueObject("p")});
     ASSERT_NE(resultSet, nullptr);
     int index = -1;

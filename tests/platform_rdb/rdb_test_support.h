@@ -121,8 +121,8 @@ inline OHOS::NativeRdb::RdbStoreConfig PolicyConfig(const std::string& path)
     return config;
 }
 
-inline OHOS::NativeRdb::ValuesBucket PolicyRow(const std::string& bundle, const std::string& policy, int value,
-    int versionCode = 1)
+inline OHOS::NativeRdb::ValuesBucket PolicyRow(
+    const std::string& bundle, const std::string& policy, int value, int versionCode = 1)
 {
     OHOS::NativeRdb::ValuesBucket row;
     row.PutString("bundle_name", bundle);
@@ -134,8 +134,8 @@ inline OHOS::NativeRdb::ValuesBucket PolicyRow(const std::string& bundle, const 
 }
 
 // A policy store on a fresh file of `dir`, opened at version 1.
-inline std::shared_ptr<OHOS::NativeRdb::RdbStore> OpenPolicyStore(const TempDir& dir,
-    const std::string& name = "gtoken_policy.db")
+inline std::shared_ptr<OHOS::NativeRdb::RdbStore> OpenPolicyStore(
+    const TempDir& dir, const std::string& name = "gtoken_policy.db")
 {
     RecordingCallback callback({PolicyTableSql()});
     int errCode = -1;

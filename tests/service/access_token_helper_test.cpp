@@ -13,9 +13,9 @@ namespace {
 using OHOS::AppExecFwk::Host::BundleManagerService;
 using OHOS::AppExecFwk::Host::InstalledBundle;
 using OHOS::AppExecFwk::Host::InstallParams;
+using OHOS::HiviewDFX::Host::LogCapture;
 using OHOS::Host::CallerIdentity;
 using OHOS::Host::ScopedCallingIdentity;
-using OHOS::HiviewDFX::Host::LogCapture;
 using OHOS::Security::AccessToken::Host::AccessTokenService;
 using OHOS::Security::AccessToken::Host::NativeTokenParams;
 

@@ -1,9 +1,9 @@
 #include <gtest/gtest.h>
 
 #include "platform/bundle/bundle_manager_service.h"
-#include "platform/samgr/system_ability_manager.h"
 #include "platform/fault/fault_injection.h"
 #include "platform/hilog/hilog_host.h"
+#include "platform/samgr/system_ability_manager.h"
 #include "service/bundle_mgr_helper.h"
 #include "tests/support/device_reset.h"
 
@@ -13,8 +13,8 @@ namespace {
 using OHOS::AppExecFwk::ApplicationInfo;
 using OHOS::AppExecFwk::Host::BundleManagerService;
 using OHOS::AppExecFwk::Host::InstallParams;
-using OHOS::Host::ScopedFault;
 using OHOS::HiviewDFX::Host::LogCapture;
+using OHOS::Host::ScopedFault;
 
 class BundleMgrHelperTest : public testing::Test {
 protected:

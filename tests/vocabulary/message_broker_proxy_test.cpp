@@ -35,8 +35,8 @@ public:
 
 class ProbeReceiver : public Message::MessageReceiverProxy {
 public:
-    Model::Result<std::string> OnReceived(const std::string& /*path*/, const std::string& /*action*/,
-        const Model::Query<std::string>& query) override
+    Model::Result<std::string> OnReceived(
+        const std::string& /*path*/, const std::string& /*action*/, const Model::Query<std::string>& query) override
     {
         return {0, "ok", query.body};
     }

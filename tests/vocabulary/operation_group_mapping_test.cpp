@@ -17,18 +17,33 @@ const std::string P = "ohos.permission.";
 
 // Usage of a permission is reported under exactly one group: the fine one where it exists.
 const std::map<std::string, std::string> GROUP_BY_PERMISSION = {
-    {P + "LOCATION_IN_BACKGROUND", "LOCATION"}, {P + "APPROXIMATELY_LOCATION", "LOCATION"},
-    {P + "LOCATION", "LOCATION"}, {P + "CAMERA", "CAMERA"}, {P + "MICROPHONE", "MICROPHONE"},
-    {P + "READ_IMAGEVIDEO", "READ_IMAGE_AND_VIDEO"}, {P + "WRITE_IMAGEVIDEO", "WRITE_IMAGE_AND_VIDEO"},
-    {P + "MEDIA_LOCATION", "READ_IMAGE_AND_VIDEO"}, {P + "READ_CONTACTS", "READ_CONTACT"},
-    {P + "WRITE_CONTACTS", "WRITE_CONTACT"}, {P + "APP_TRACKING_CONSENT", "ADS"},
-    {P + "READ_PASTEBOARD", "PASTEBOARD"}, {P + "READ_DOCUMENT", "DOCUMENTS"}, {P + "WRITE_DOCUMENT", "DOCUMENTS"},
-    {P + "READ_MEDIA", "DOCUMENTS"}, {P + "WRITE_MEDIA", "DOCUMENTS"}, {P + "READ_AUDIO", "READ_AUDIO"},
-    {P + "WRITE_AUDIO", "WRITE_AUDIO"}, {P + "ACTIVITY_MOTION", "SPORT"}, {P + "READ_CALENDAR", "READ_CALENDAR"},
-    {P + "WRITE_CALENDAR", "WRITE_CALENDAR"}, {P + "READ_WHOLE_CALENDAR", "READ_CALENDAR"},
-    {P + "WRITE_WHOLE_CALENDAR", "WRITE_CALENDAR"}, {P + "READ_HEALTH_DATA", "HEALTH"},
+    {P + "LOCATION_IN_BACKGROUND", "LOCATION"},
+    {P + "APPROXIMATELY_LOCATION", "LOCATION"},
+    {P + "LOCATION", "LOCATION"},
+    {P + "CAMERA", "CAMERA"},
+    {P + "MICROPHONE", "MICROPHONE"},
+    {P + "READ_IMAGEVIDEO", "READ_IMAGE_AND_VIDEO"},
+    {P + "WRITE_IMAGEVIDEO", "WRITE_IMAGE_AND_VIDEO"},
+    {P + "MEDIA_LOCATION", "READ_IMAGE_AND_VIDEO"},
+    {P + "READ_CONTACTS", "READ_CONTACT"},
+    {P + "WRITE_CONTACTS", "WRITE_CONTACT"},
+    {P + "APP_TRACKING_CONSENT", "ADS"},
+    {P + "READ_PASTEBOARD", "PASTEBOARD"},
+    {P + "READ_DOCUMENT", "DOCUMENTS"},
+    {P + "WRITE_DOCUMENT", "DOCUMENTS"},
+    {P + "READ_MEDIA", "DOCUMENTS"},
+    {P + "WRITE_MEDIA", "DOCUMENTS"},
+    {P + "READ_AUDIO", "READ_AUDIO"},
+    {P + "WRITE_AUDIO", "WRITE_AUDIO"},
+    {P + "ACTIVITY_MOTION", "SPORT"},
+    {P + "READ_CALENDAR", "READ_CALENDAR"},
+    {P + "WRITE_CALENDAR", "WRITE_CALENDAR"},
+    {P + "READ_WHOLE_CALENDAR", "READ_CALENDAR"},
+    {P + "WRITE_WHOLE_CALENDAR", "WRITE_CALENDAR"},
+    {P + "READ_HEALTH_DATA", "HEALTH"},
     {P + "GET_INSTALLED_BUNDLE_LIST", "GET_INSTALLED_BUNDLE_LIST"},
-    {P + "DISTRIBUTED_DATASYNC", "DISTRIBUTED_DATASYNC"}, {P + "ACCESS_BLUETOOTH", "BLUETOOTH"},
+    {P + "DISTRIBUTED_DATASYNC", "DISTRIBUTED_DATASYNC"},
+    {P + "ACCESS_BLUETOOTH", "BLUETOOTH"},
     {P + "ACCESS_NEARLINK", "NEARLINK"},
 };
 
@@ -68,8 +83,8 @@ TEST(OperationGroupMappingTest, VocabularyIsCompleteAndDistinctFromPermissionGro
     }
     EXPECT_EQ(PermissionOperationGroup::WRITE_CALENDAR.GetOrdinal(), 28);
     EXPECT_EQ(PermissionOperationGroup::PROJECT_MEDIA.GetOrdinal(), 20);
-    EXPECT_EQ(PermissionOperationGroup::ConvertFromEnumName("IMAGE_AND_VIDEOS"),
-        PermissionOperationGroup::IMAGE_AND_VIDEOS);
+    EXPECT_EQ(
+        PermissionOperationGroup::ConvertFromEnumName("IMAGE_AND_VIDEOS"), PermissionOperationGroup::IMAGE_AND_VIDEOS);
     EXPECT_FALSE(PermissionOperationGroup::ConvertFromEnumName("IMAGE_AND_VIDEO").has_value());
     EXPECT_FALSE(PermissionOperationGroup::ConvertFromEnumName("DOCUMENT").has_value());
 }

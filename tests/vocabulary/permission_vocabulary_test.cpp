@@ -81,7 +81,8 @@ TEST(PermissionVocabularyTest, PermissionNamesConvertExactly)
     const std::string prefix = "ohos.permission.";
     for (const auto& permission : OhosPermission::VALUES) {
         const std::string expected = permission == OhosPermission::ACCESS_DISTRIBUTED_DATASYNC
-            ? prefix + "DISTRIBUTED_DATASYNC" : prefix + permission.GetName();
+                                         ? prefix + "DISTRIBUTED_DATASYNC"
+                                         : prefix + permission.GetName();
         EXPECT_EQ(permission.GetPermissionName(), expected);
         auto converted = OhosPermission::ConvertFromPermissionName(permission.GetPermissionName());
         ASSERT_TRUE(converted.has_value()) << expected;

@@ -43,20 +43,19 @@ TEST(StatePackTest, CreateRefusesInconsistentPacksWithOneLine)
         LogCapture capture;
         EXPECT_FALSE(StatePack::Create(State::ALLOW, {}, {}, DisabledReason::NONE, 0).has_value());
         EXPECT_FALSE(StatePack::Create(State::DENY, {}, {State::DENY}, DisabledReason::NONE, 0).has_value());
-        EXPECT_EQ(ErrorLines(capture),
-            std::vector<std::string>(2, "shownStatesSet is empty, please check."));
+        EXPECT_EQ(ErrorLines(capture), std::vector<std::string>(2, "shownStatesSet is empty, please check."));
     }
     {
         LogCapture capture;
         EXPECT_FALSE(StatePack::Create(State::DENY, shown, {}, DisabledReason::NONE, 0).has_value());
-        EXPECT_EQ(ErrorLines(capture), std::vector<std::string>{
-            "checkedState=DENY not in shownStatesSet=" + SetText(shown) + ", please check."});
+        EXPECT_EQ(ErrorLines(capture),
+            std::vector<std::string>{"checkedState=DENY not in shownStatesSet=" + SetText(shown) + ", please check."});
     }
     {
         LogCapture capture;
         EXPECT_FALSE(StatePack::Create(State::ALLOW, shown, {State::DENY}, DisabledReason::NONE, 0).has_value());
-        EXPECT_EQ(ErrorLines(capture), std::vector<std::string>{
-            "disabledState=DENY not in shownStatesSet=" + SetText(shown) + ", please check."});
+        EXPECT_EQ(ErrorLines(capture),
+            std::vector<std::string>{"disabledState=DENY not in shownStatesSet=" + SetText(shown) + ", please check."});
     }
     {
         // The checked state is refused before the disabled ones are looked at.
@@ -74,8 +73,8 @@ TEST(StatePackTest, CreateAcceptsConsistentPacksAsGiven)
     // Every shown state disabled, the checked one included: the committer refuses such a change,
     // not the pack.
     const std::vector<State> shown = {State::DENY, State::ALLOW, State::DENY};
-    auto pack = StatePack::Create(State::DENY, shown, {State::ALLOW, State::DENY},
-        DisabledReason::SYSTEM_OR_POLICY_FIXED, 0x25);
+    auto pack = StatePack::Create(
+        State::DENY, shown, {State::ALLOW, State::DENY}, DisabledReason::SYSTEM_OR_POLICY_FIXED, 0x25);
     ASSERT_TRUE(pack.has_value());
     EXPECT_TRUE(ErrorLines(capture).empty());
 
