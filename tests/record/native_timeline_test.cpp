@@ -1,0 +1,278 @@
+#include <algorithm>
+#include <map>
+#include <random>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "platform/hilog/hilog_host.h"
+#include "record/ohos/permission_record_manager.h"
+#include "record/permission_operation_group.h"
+#include "record/permission_record_manager.h"
+#include "tests/record/record_test_support.h"
+
+namespace AspTest {
+namespace {
+
+using namespace OHOS::Security::AccessToken;
+using OHOS::AppExecFwk::Host::InstalledBundle;
+using OHOS::HiviewDFX::Host::LogCapture;
+using Record::PermissionOperationGroup;
+using Record::PermissionUsageRecord;
+using NativeManager = Record::Ohos::PermissionRecordManager;
+
+const std::string CAMERA = "ohos.permission.CAMERA";
+const std::string MICROPHONE = "ohos.permission.MICROPHONE";
+const std::string READ_CONTACTS = "ohos.permission.READ_CONTACTS";
+
+class NativeTimelineTest : public RecordDeviceTest {
+protected:
+    void SetUp() override
+    {
+        RecordDeviceTest::SetUp();
+        cam_ = Install("com.example.cam", 100, {CAMERA, MICROPHONE, READ_CONTACTS});
+        other_ = Install("com.example.cam", 101, {CAMERA});
+        sys_ = Install("com.example.sys", 0, {CAMERA});
+    }
+
+    static std::vector<PermissionUsageRecord> Timeline(
+        const Record::PermissionUsageRecordQuery& query, int expected = 0)
+    {
+        std::vector<PermissionUsageRecord> records;
+        EXPECT_EQ(Record::PermissionRecordManager::GetInstance().GetPermissionUsageTimeline(query, records), expected);
+        return records;
+    }
+
+    static std::vector<int64_t> Times(const std::vector<PermissionUsageRecord>& records)
+    {
+        std::vector<int64_t> times;
+        for (const auto& record : records) {
+            times.push_back(record.GetBeginTimestamp());
+        }
+        return times;
+    }
+
+    InstalledBundle cam_;
+    InstalledBundle other_;
+    InstalledBundle sys_;
+};
+
+TEST_F(NativeTimelineTest, EveryUseIsOneRecordNamedWithItsUsedType)
+{
+    AddUse(cam_, {CAMERA, 100, 2, 0, 1, 1, NORMAL_TYPE});
+    AddUse(cam_, {CAMERA, 200, 1, 0, 2, 1, PICKER_TYPE});
+    AddUse(cam_, {CAMERA, 300, 3, 1, 1, 2, SECURITY_COMPONENT_TYPE});
+    AddUse(cam_, {READ_CONTACTS, 400, 1, 0, 1, 1, PICKER_TYPE});
+    AddUse(cam_, {MICROPHONE, 500, 0, 5, 2, 2, NORMAL_TYPE});
+    AddUse(other_, {CAMERA, 250, 1});
+    AddUse(sys_, {CAMERA, 350, 4, 0, 2, 1, PICKER_TYPE});
+
+    LogCapture log;
+    const auto records = Timeline(Query().Range(0, 1000));
+    // Newest first; user 101's use is not there, user 0's is.
+    const std::vector<RecordTuple> expected = {
+        {"com.example.cam", cam_.uid, "READ_CONTACT-P", 1, 0, 1, 1, 400, 400},
+        {"com.example.sys", sys_.uid, "CAMERA-P", 4, 0, 2, 1, 350, 350},
+        {"com.example.cam", cam_.uid, "CAMERA-SC", 3, 0, 1, 2, 300, 300},
+        {"com.example.cam", cam_.uid, "CAMERA-P", 1, 0, 2, 1, 200, 200},
+        {"com.example.cam", cam_.uid, "CAMERA", 2, 0, 1, 1, 100, 100},
+    };
+    ASSERT_EQ(records.size(), expected.size());
+    for (size_t i = 0; i < records.size(); ++i) {
+        EXPECT_EQ(AsTuple(records[i]), expected[i]) << i;
+    }
+    EXPECT_EQ(log.Count(LOG_INFO, "limit=5, before=5, after=5"), 1U);
+    EXPECT_EQ(log.Count(LOG_INFO, "] GetPermissionUsageTimeline: done"), 1U);
+
+    // Rejections: their own details, their own counts.
+    const auto rejected = Timeline(Query().Modes({-1}).Range(0, 1000));
+    EXPECT_EQ(Sorted(rejected), Sorted({
+                                    {"com.example.cam", cam_.uid, "MICROPHONE", 5, -1, 2, 2, 500, 500},
+                                    {"com.example.cam", cam_.uid, "CAMERA-SC", 1, -1, 1, 2, 300, 300},
+                                }));
+
+    EXPECT_EQ(
+        NativeManager::GetEnumNameWithUsedTypeSuffix(PermissionOperationGroup::CAMERA, INVALID_USED_TYPE), "CAMERA");
+    EXPECT_EQ(
+        NativeManager::GetEnumNameWithUsedTypeSuffix(PermissionOperationGroup::WRITE_CALENDAR, SECURITY_COMPONENT_TYPE),
+        "WRITE_CALENDAR-SC");
+    EXPECT_EQ(
+        NativeManager::GetEnumNameWithUsedTypeSuffix(PermissionOperationGroup::CAMERA, PERM_USED_TYPE_BUTT), "CAMERA");
+}
+
+TEST_F(NativeTimelineTest, AppAndScreenFiltersKeepMatchingUsesOnly)
+{
+    AddUse(cam_, {CAMERA, 100, 1, 0, 1, 1});
+    AddUse(cam_, {CAMERA, 200, 1, 0, 1, 2});
+    AddUse(cam_, {CAMERA, 300, 1, 0, 2, 1});
+    AddUse(cam_, {CAMERA, 400, 1, 0, 2, 2});
+
+    EXPECT_EQ(Times(Timeline(Query().Range(0, 1000))), (std::vector<int64_t>{400, 300, 200, 100}));
+    EXPECT_EQ(Times(Timeline(Query().AppStates({2}).Range(0, 1000))), (std::vector<int64_t>{400, 300}));
+    EXPECT_EQ(Times(Timeline(Query().ScreenStates({2}).Range(0, 1000))), (std::vector<int64_t>{400, 200}));
+    EXPECT_EQ(Times(Timeline(Query().AppStates({1}).ScreenStates({2}).Range(0, 1000))), (std::vector<int64_t>{200}));
+    EXPECT_EQ(
+        Times(Timeline(Query().AppStates({1, 2}).ScreenStates({1}).Range(0, 1000))), (std::vector<int64_t>{300, 100}));
+    // The platform's range is inclusive at both ends once the query's end is made inclusive.
+    EXPECT_EQ(Times(Timeline(Query().Range(200, 400))), (std::vector<int64_t>{300, 200}));
+    EXPECT_EQ(Times(Timeline(Query().Groups({"MICROPHONE"}).Range(0, 1000))), (std::vector<int64_t>{}));
+}
+
+TEST_F(NativeTimelineTest, OrderAndLimitCutTheAnswer)
+{
+    // 600 uses at 1000..1599, recorded out of order.
+    std::vector<int64_t> stamps(600);
+    for (size_t i = 0; i < stamps.size(); ++i) {
+        stamps[i] = 1000 + static_cast<int64_t>(i);
+    }
+    std::shuffle(stamps.begin(), stamps.end(), std::mt19937(7));
+    for (int64_t stamp : stamps) {
+        AddUse(cam_, {CAMERA, stamp, 1});
+    }
+
+    EXPECT_EQ(Times(Timeline(Query().Limit(3).Range(0, 5000))), (std::vector<int64_t>{1599, 1598, 1597}));
+    EXPECT_EQ(Times(Timeline(Query().Limit(3).Order(1).Range(0, 5000))), (std::vector<int64_t>{1000, 1001, 1002}));
+    EXPECT_EQ(Times(Timeline(Query().Limit(3).Order(2).Range(0, 5000))), (std::vector<int64_t>{1599, 1598, 1597}));
+
+    LogCapture log;
+    for (int32_t limit : {0, 500, 1000, -1}) {
+        const auto records = Timeline(Query().Limit(limit).Range(0, 5000));
+        ASSERT_EQ(records.size(), 500U) << "limit " << limit;
+        EXPECT_EQ(records.front().GetBeginTimestamp(), 1599);
+        EXPECT_EQ(records.back().GetBeginTimestamp(), 1100);
+        EXPECT_TRUE(std::is_sorted(records.rbegin(), records.rend(),
+            [](const auto& l, const auto& r) { return l.GetBeginTimestamp() < r.GetBeginTimestamp(); }));
+    }
+    EXPECT_EQ(log.Count(LOG_INFO, "limit=500, before=600, after=500"), 4U);
+
+    const auto oldest = Timeline(Query().Limit(499).Order(1).Range(0, 5000));
+    ASSERT_EQ(oldest.size(), 499U);
+    EXPECT_EQ(oldest.front().GetBeginTimestamp(), 1000);
+    EXPECT_EQ(oldest.back().GetBeginTimestamp(), 1498);
+    EXPECT_EQ(log.Count(LOG_INFO, "limit=499, before=600, after=499"), 1U);
+}
+
+// The cut keeps what a full sort cut to the limit keeps: the same timestamps in the same order,
+// and the same records except for the order among equal timestamps at the cut.
+void ExpectSameAsFullSort(std::vector<PermissionUsageRecord> input, int32_t limit, int32_t order)
+{
+    std::vector<PermissionUsageRecord> reference = input;
+    std::stable_sort(reference.begin(), reference.end(), [order](const auto& l, const auto& r) {
+        return order == 1 ? l.GetBeginTimestamp() < r.GetBeginTimestamp()
+                          : l.GetBeginTimestamp() > r.GetBeginTimestamp();
+    });
+    const size_t kept = std::min<size_t>((limit <= 0 || limit >= 500) ? 500 : limit, reference.size());
+    reference.resize(kept);
+
+    NativeManager::GetInstance().SortAndLimit(Query().Limit(limit).Order(order), input);
+    ASSERT_EQ(input.size(), kept);
+    std::vector<int64_t> gotTimes;
+    std::vector<int64_t> wantTimes;
+    std::multimap<int64_t, RecordTuple> got;
+    std::multimap<int64_t, RecordTuple> want;
+    for (size_t i = 0; i < kept; ++i) {
+        gotTimes.push_back(input[i].GetBeginTimestamp());
+        wantTimes.push_back(reference[i].GetBeginTimestamp());
+        got.emplace(input[i].GetBeginTimestamp(), AsTuple(input[i]));
+        want.emplace(reference[i].GetBeginTimestamp(), AsTuple(reference[i]));
+    }
+    ASSERT_EQ(gotTimes, wantTimes) << "limit " << limit << ", order " << order;
+    if (kept == 0) {
+        return;
+    }
+    // Below the boundary timestamp the records are the same ones.
+    const int64_t boundary = wantTimes.back();
+    for (auto it = want.begin(); it != want.end(); ++it) {
+        if (it->first == boundary) {
+            continue;
+        }
+        auto range = got.equal_range(it->first);
+        std::vector<RecordTuple> gotAt;
+        for (auto g = range.first; g != range.second; ++g) {
+            gotAt.push_back(g->second);
+        }
+        auto wantRange = want.equal_range(it->first);
+        std::vector<RecordTuple> wantAt;
+        for (auto w = wantRange.first; w != wantRange.second; ++w) {
+            wantAt.push_back(w->second);
+        }
+        ASSERT_EQ(Sorted(gotAt), Sorted(wantAt)) << "at " << it->first;
+        it = std::prev(wantRange.second);
+    }
+}
+
+TEST(SortAndLimitTest, KeepsWhatAFullSortKeeps)
+{
+    std::mt19937 random(11);
+    auto make = [&random](size_t count, int64_t spread, bool ascending) {
+        std::vector<PermissionUsageRecord> records(count);
+        std::uniform_int_distribution<int64_t> stamp(0, spread);
+        for (size_t i = 0; i < count; ++i) {
+            records[i].SetBundleName("app" + std::to_string(i % 7));
+            records[i].SetTimes(static_cast<int32_t>(i));
+            records[i].SetBeginTimestamp(ascending ? static_cast<int64_t>(i) : stamp(random));
+            records[i].SetEndTimestamp(records[i].GetBeginTimestamp());
+        }
+        return records;
+    };
+    for (int32_t order : {0, 1}) {
+        for (int32_t limit : {0, 1, 3, 250, 499, 500, 501, 5000, -7}) {
+            ExpectSameAsFullSort(make(0, 10, false), limit, order);
+            ExpectSameAsFullSort(make(4, 10, false), limit, order);
+            ExpectSameAsFullSort(make(3000, 100000, false), limit, order);
+            ExpectSameAsFullSort(make(3000, 20, false), limit, order);  // many ties
+            ExpectSameAsFullSort(make(3000, 0, false), limit, order);   // one timestamp
+            ExpectSameAsFullSort(make(3000, 0, true), limit, order);    // already in time order
+        }
+    }
+}
+
+TEST_F(NativeTimelineTest, NonZeroModesReadRejectionsWhenAssembledDirectly)
+{
+    // Mode 1 never passes validation; assembled directly, any non-zero mode reads rejections
+    // (a summary would take -1 only).
+    BundleUsedRecord bundle;
+    bundle.tokenId = cam_.tokenId;
+    bundle.bundleName = "com.example.cam";
+    PermissionUsedRecord camera;
+    camera.permissionName = CAMERA;
+    camera.accessRecords = {{1, 1, 10, 0, 2, NORMAL_TYPE}};
+    camera.rejectRecords = {{2, 2, 20, 0, 3, PICKER_TYPE}};
+    PermissionUsedRecord unknown;
+    unknown.permissionName = "ohos.permission.INTERNET";
+    unknown.accessRecords = {{1, 1, 30, 0, 1, NORMAL_TYPE}};
+    bundle.permissionRecords = {camera, unknown};
+
+    auto& manager = NativeManager::GetInstance();
+    std::vector<PermissionUsageRecord> records;
+    manager.AssembleTimelinePermissionUsageRecords(Query().Modes({1}), bundle, records);
+    EXPECT_EQ(Sorted(records), Sorted({{"com.example.cam", cam_.uid, "CAMERA-P", 3, 1, 2, 2, 20, 20}}));
+
+    records.clear();
+    manager.AssembleTimelinePermissionUsageRecords(Query().Modes({0}), bundle, records);
+    EXPECT_EQ(Sorted(records), Sorted({{"com.example.cam", cam_.uid, "CAMERA", 2, 0, 1, 1, 10, 10}}));
+
+    // Another user's token, and a token the platform no longer knows, give nothing.
+    records.clear();
+    manager.AssembleTimelinePermissionUsageRecords(Query().Users({101}), bundle, records);
+    bundle.tokenId = 0x20FFFFFF;
+    manager.AssembleTimelinePermissionUsageRecords(Query(), bundle, records);
+    EXPECT_TRUE(records.empty());
+}
+
+TEST_F(NativeTimelineTest, EmptyAnswersAndPlatformRefusals)
+{
+    LogCapture log;
+    EXPECT_TRUE(Timeline(Query().Range(0, 1000)).empty());
+    EXPECT_EQ(log.Count(LOG_WARN, "bundleRecords empty."), 1U);
+    EXPECT_FALSE(log.Contains("] GetPermissionUsageTimeline: done"));
+
+    // The platform refuses an end of -1; its code comes back without a line of the timeline's own.
+    log.Clear();
+    EXPECT_TRUE(Timeline(Query().Range(0, 0), 13100001).empty());
+    EXPECT_FALSE(log.Contains("GetPermissionUsedRecords result"));
+}
+
+}  // namespace
+}  // namespace AspTest
