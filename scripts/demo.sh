@@ -14,8 +14,12 @@ if [ "$(id -u)" -ne 0 ]; then
   exit 1
 fi
 
-bold=$(tput bold 2>/dev/null || true)
-plain=$(tput sgr0 2>/dev/null || true)
+bold=""
+plain=""
+if [ -t 1 ]; then
+  bold=$(tput bold 2>/dev/null || true)
+  plain=$(tput sgr0 2>/dev/null || true)
+fi
 step_number=0
 
 # step "title" "what it shows, in one line" command args...
@@ -25,7 +29,14 @@ step() {
   step_number=$((step_number + 1))
   printf '\n%s== %d. %s%s\n' "$bold" "$step_number" "$title" "$plain"
   printf '   %s\n' "$explanation"
-  printf '   $ %s\n' "$*"
+  local shown="" arg
+  for arg in "$@"; do
+    case "$arg" in
+      *" "*) shown+=" \"$arg\"" ;;
+      *) shown+=" $arg" ;;
+    esac
+  done
+  printf '   $%s\n' "$shown"
   "$@" 2>&1 | sed 's/^/     /'
   return "${PIPESTATUS[0]}"
 }
@@ -45,7 +56,7 @@ echo "${bold}== Setting up and building (scripts/setup.sh, CMake preset dev)${pl
 scripts/setup.sh
 cmake --preset dev >/dev/null
 cmake --build --preset dev --target asp_hostd aspctl hidumper bm atm param security_privacy_service
-bin="$PWD/build/dev/bin"
+bin="build/dev/bin"
 
 device=$(mktemp -d /tmp/asp-demo-XXXXXX)
 chmod 0711 "$device"  # apps (other uids) must reach the socket inside
@@ -103,15 +114,16 @@ step "Read it back" \
 step "What changed underneath" \
   "On the platform, foreground location stays granted and background location is revoked." \
   "$bin/bm" dump -n com.example.maps
-step "Everyone's location" \
-  "The location group across every app of the user, as the settings screen for a permission shows it." \
-  "${as_settings[@]}" group LOCATION
+step "Location across apps" \
+  "One group for several apps, as the settings screen of a permission shows it; some choices are locked, and the reason says why." \
+  "${as_settings[@]}" group LOCATION --bundle com.example.maps --bundle com.example.weather \
+  --bundle com.example.fitness --bundle com.example.navigation.fleet
 step "When did Maps use location?" \
   "The last 8 uses of location by Maps, from the device's usage records (the default range is 28 days)." \
   "${as_settings[@]}" usage timeline --bundle com.example.maps --group LOCATION --limit 8
-step "Usage over the past week" \
-  "How often each app used each group in the last 7 days." \
-  "${as_settings[@]}" usage summary --begin -7d
+step "Location use over the past week" \
+  "How often each app used location in the last 7 days." \
+  "${as_settings[@]}" usage summary --begin -7d --group LOCATION
 step "Mark an app as malicious" \
   "A GToken policy: 'malicious-app' = 1 is also passed on to the bundle manager, which disables the app." \
   "${as_settings[@]}" gtoken add com.example.game.arcade --policy malicious-app=1 --fingerprint 5F:3A:9C --version-code 7
@@ -122,8 +134,8 @@ refused "The caller checks" \
   "An ordinary app may not ask: Maps is not a system app and lacks the permission, so the service refuses." \
   "$bin/aspctl" --as com.example.maps groups com.example.maps
 step "The service's dump" \
-  "The platform's dump tool asks the service for its state, here the usage-record module." \
-  "$bin/hidumper" -s 65993 -a "record"
+  "The platform's dump tool asks the service's permission module for Maps' location group." \
+  "$bin/hidumper" -s 65993 -a "permission get-by-app com.example.maps 100 LOCATION"
 step "The abilities of the host" \
   "The service was loaded on the first request and stays loaded until it has been idle for 40 s." \
   "$bin/hidumper" -ls

@@ -146,7 +146,7 @@ int Dump(ToolContext& context, const Arguments& arguments)
         std::fflush(stdout);
         auto remote = context.Remote(abilityId);
         const int result = remote->Dump(STDOUT_FILENO, args);
-        if (result == OHOS::ERR_TRANSACTION_FAILED || result == HOSTD_NO_SUCH_ABILITY ||
+        if (result == Transport::SocketRemoteObject::DEAD_OBJECT || result == HOSTD_NO_SUCH_ABILITY ||
             result == HOSTD_ABILITY_UNAVAILABLE || result == OHOS::ERR_INVALID_REPLY) {
             exitCode = context.Fail(ToolContext::ExitCodeForStatus(result), context.DescribeStatus(*remote, result));
         } else if (result != 0) {

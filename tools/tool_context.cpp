@@ -52,7 +52,7 @@ sptr<Transport::SocketRemoteObject> ToolContext::Remote(uint32_t abilityId) cons
 
 std::string ToolContext::DescribeStatus(const Transport::SocketRemoteObject& remote, int status) const
 {
-    if (status == ERR_TRANSACTION_FAILED) {
+    if (status == Transport::SocketRemoteObject::DEAD_OBJECT) {
         switch (remote.LastError()) {
             case TransportError::NO_DAEMON:
                 return "cannot reach asp_hostd at " + socketPath_ + ": is it running?";
@@ -82,7 +82,7 @@ std::string ToolContext::DescribeStatus(const Transport::SocketRemoteObject& rem
 
 int ToolContext::ExitCodeForStatus(int status)
 {
-    if (status == ERR_TRANSACTION_FAILED) {
+    if (status == Transport::SocketRemoteObject::DEAD_OBJECT) {
         return EXIT_NO_DAEMON;
     }
     return status == ERR_INVALID_DATA ? EXIT_USAGE : EXIT_FAILED;

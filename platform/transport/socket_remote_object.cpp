@@ -79,7 +79,7 @@ int SocketRemoteObject::SendRequest(uint32_t code, MessageParcel& data, MessageP
         return ERR_INVALID_DATA;
     }
     if (error != TransportError::OK) {
-        return ERR_TRANSACTION_FAILED;
+        return DEAD_OBJECT;
     }
     if (request.IsAsync()) {
         return ERR_NONE;

@@ -25,6 +25,11 @@ namespace OHOS::Host::Transport {
 
 class SocketRemoteObject : public IRemoteObject {
 public:
+    // What a request answers when it could not reach the daemon or the connection broke: the
+    // platform's DEAD_OBJECT (-EPIPE). Negative, so that it never reads as a method's own result
+    // when a proxy passes the IPC result on as the method's code.
+    static constexpr int DEAD_OBJECT = -32;
+
     // The ability `abilityId` as served at `socketPath`. Nothing is connected until the first
     // request; a connection that broke is made again by the next request.
     SocketRemoteObject(std::string socketPath, uint32_t abilityId, const ClientOptions& options = {});
@@ -34,8 +39,8 @@ public:
 
     // ERR_NONE, or what the serving side answered (the stub's result, or a daemon status), or:
     // ERR_INVALID_DATA when the request carries remote objects (they cannot leave the process) or
-    // is over the size cap; ERR_TRANSACTION_FAILED when the daemon could not be reached or the
-    // connection broke (LastError says why); ERR_INVALID_REPLY when the reply is not a parcel.
+    // is over the size cap; DEAD_OBJECT when the daemon could not be reached or the connection
+    // broke (LastError says why); ERR_INVALID_REPLY when the reply is not a parcel.
     // An async request (TF_ASYNC) is answered ERR_NONE once sent; `reply` stays empty.
     int SendRequest(uint32_t code, MessageParcel& data, MessageParcel& reply, MessageOption& option) override;
 

@@ -193,9 +193,12 @@ pid_t StartPolicyWriter(const std::string& socketPath, uid_t settingsUid, int ac
     }
     OHOS::sptr<OHOS::IRemoteObject> remote(new OHOS::Host::Transport::SocketRemoteObject(socketPath, 65993));
     SecurityPrivacyServiceProxy proxy(remote);
-    for (int n = 0;; ++n) {
+    // Bounded, so that a daemon that never dies cannot keep the test waiting.
+    constexpr int MOST_WRITES = 20000;
+    for (int n = 0; n < MOST_WRITES; ++n) {
         const std::string bundle = "com.e2e.load." + std::to_string(n);
-        if (proxy.GTokenPolicyAddPolicy({GTokenInfo(bundle, "fp", 1, {GTokenPolicy("load-test", n)})}) != 1) {
+        const int32_t result = proxy.GTokenPolicyAddPolicy({GTokenInfo(bundle, "fp", 1, {GTokenPolicy("load-test", n)})});
+        if (result != 1 || SecurityPrivacyServiceProxy::GetLastRequestResult() != OHOS::ERR_NONE) {
             _exit(0);  // the daemon is gone
         }
         const std::string line = bundle + "\n";
@@ -203,6 +206,7 @@ pid_t StartPolicyWriter(const std::string& socketPath, uid_t settingsUid, int ac
             _exit(1);
         }
     }
+    _exit(2);
 }
 
 TEST_F(PrivacyServiceE2eTest, PoliciesAndGroupStatesSurviveARestartAndAKillUnderLoad)
