@@ -1,6 +1,10 @@
 // The provisioning tools (bm, atm, param) and hidumper against a real daemon: what they change is
 // what the daemon's device then holds, and when they fail they say why and exit with their code.
 
+#include <string>
+#include <utility>
+#include <vector>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -77,13 +81,16 @@ TEST(ProvisioningToolsTest, BmAtmAndParamChangeTheDevice)
 TEST(ProvisioningToolsTest, ToolsSayWhatWentWrong)
 {
     HostdHarness hostd;  // not started
-    for (const char* tool : {"param", "bm", "hidumper"}) {
+    // Every tool, including a GToken add whose success code (1) a transport failure must never look like.
+    const std::vector<std::pair<std::string, std::vector<std::string>>> commands = {{"param", {"get"}},
+        {"bm", {"dump", "-a"}}, {"hidumper", {"-s", "65993"}},
+        {"aspctl", {"gtoken", "add", "com.example.game.arcade", "--policy", "malicious-app=1"}}};
+    for (const auto& [tool, args] : commands) {
         SCOPED_TRACE(tool);
-        const ToolResult result = std::string(tool) == "hidumper" ? hostd.RunTool(tool, {"-s", "65993"})
-                                  : std::string(tool) == "bm"      ? hostd.RunTool(tool, {"dump", "-a"})
-                                                                   : hostd.RunTool(tool, {"get"});
+        const ToolResult result = hostd.RunTool(tool, args);
         EXPECT_EQ(result.exitCode, 3);
         EXPECT_THAT(result.err, HasSubstr("cannot reach asp_hostd at " + hostd.SocketPath() + ": is it running?"));
+        EXPECT_EQ(result.out.find("added"), std::string::npos);
     }
     // Usage errors exit 2 before anything is sent.
     EXPECT_EQ(hostd.RunTool("bm", {"install", "-n", "x", "-p", "ohos.permission.CAMERA:maybe"}).exitCode, 2);
