@@ -83,6 +83,10 @@ void AbilityHost::Unload(int32_t abilityId)
         return;
     }
     Library& library = it->second;
+    if (shuttingDown_) {
+        HOSTD_LOGI("SA %{public}d stopped", abilityId);
+        return;
+    }
     if (dlclose(library.handle) != 0) {
         const char* error = dlerror();
         HOSTD_LOGE("cannot unload SA %{public}d: %{public}s", abilityId, error != nullptr ? error : "unknown error");
@@ -157,6 +161,7 @@ bool AbilityHost::Shutdown(std::chrono::milliseconds timeout)
     std::vector<int32_t> ids;
     {
         std::lock_guard<std::mutex> lock(mutex_);
+        shuttingDown_ = true;
         for (const auto& [id, library] : libraries_) {
             ids.push_back(id);
         }

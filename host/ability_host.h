@@ -54,8 +54,9 @@ public:
     bool Serves(int32_t abilityId) const;
     std::vector<AbilityStatus> Status() const;
 
-    // Asks every running ability to stop, waits for its OnStop and the library's unload (at most
-    // `timeout`), and takes the hooks back. False when an unload did not end in time.
+    // Asks every running ability to stop and waits for its OnStop (at most `timeout`), and takes
+    // the hooks back. False when a stop did not end in time. The libraries stay mapped: the process
+    // is about to end, and their static objects go with it, in the order the process ends them.
     bool Shutdown(std::chrono::milliseconds timeout);
 
 private:
@@ -75,6 +76,7 @@ private:
     mutable std::mutex mutex_;  // the table below
     std::map<int32_t, Library> libraries_;
     bool installed_ = false;
+    bool shuttingDown_ = false;  // guarded by mutex_
 };
 
 }  // namespace OHOS::Host::Daemon
