@@ -152,8 +152,7 @@ std::string BundleErrorText(ErrCode code, const std::string& bundleName, int32_t
 {
     switch (code) {
         case OHOS::ERR_BUNDLE_MANAGER_INVALID_USER_ID: return "user " + std::to_string(userId) + " does not exist";
-        case OHOS::ERR_BUNDLE_MANAGER_BUNDLE_NOT_EXIST:
-            return BundleText(bundleName, userId) + " is not installed";
+        case OHOS::ERR_BUNDLE_MANAGER_BUNDLE_NOT_EXIST: return BundleText(bundleName, userId) + " is not installed";
         case AppExecFwk::Host::ERR_HOST_BUNDLE_ALREADY_INSTALLED:
             return BundleText(bundleName, userId) + " is installed already";
         case OHOS::ERR_BUNDLE_MANAGER_PARAM_ERROR:
@@ -161,6 +160,12 @@ std::string BundleErrorText(ErrCode code, const std::string& bundleName, int32_t
                    "or a bad permission list";
         default: return "the bundle manager answered " + std::to_string(code);
     }
+}
+
+// The parcel's bytes: the platform hands their address out as an integer.
+const uint8_t* BytesOf(const Parcel& parcel)
+{
+    return reinterpret_cast<const uint8_t*>(parcel.GetData());  // NOLINT(performance-no-int-to-ptr)
 }
 
 int64_t NowMillis()
@@ -171,7 +176,9 @@ int64_t NowMillis()
 
 }  // namespace
 
-HostControl::HostControl(StatusProvider statusProvider) : statusProvider_(std::move(statusProvider)) {}
+HostControl::HostControl(StatusProvider statusProvider) : statusProvider_(std::move(statusProvider))
+{
+}
 
 bool HostControl::Admits(const CallerIdentity& caller)
 {
@@ -200,13 +207,11 @@ Transport::ReplyFrame HostControl::Handle(const CallerIdentity& caller, const Tr
     }
     MessageParcel reply;
     if (!reply.WriteInt32(result) || !reply.WriteString(message) ||
-        (result == HOST_CONTROL_OK && out.GetDataSize() > 0 &&
-            !reply.WriteBuffer(reinterpret_cast<const void*>(out.GetData()), out.GetDataSize()))) {
+        (result == HOST_CONTROL_OK && out.GetDataSize() > 0 && !reply.WriteBuffer(BytesOf(out), out.GetDataSize()))) {
         replyFrame.status = IPC_STUB_WRITE_PARCEL_ERR;
         return replyFrame;
     }
-    const auto* bytes = reinterpret_cast<const uint8_t*>(reply.GetData());
-    replyFrame.payload.assign(bytes, bytes + reply.GetDataSize());
+    replyFrame.payload.assign(BytesOf(reply), BytesOf(reply) + reply.GetDataSize());
     return replyFrame;
 }
 
@@ -353,8 +358,9 @@ int32_t HostControl::AddUsage(MessageParcel& data, std::string& message)
         !data.ReadInt32(record.failCount) || !data.ReadInt32(record.status) ||
         !data.ReadInt32(record.lockScreenStatus) || !data.ReadInt32(type) || !data.ReadInt64(record.timestamp) ||
         !data.ReadInt64(record.accessDuration)) {
-        message = "a usage record carries: token id (0: by bundle), bundle, user, permission, success count, "
-                  "fail count, app status, lock-screen status, used type, time (0: now), duration";
+        message =
+            "a usage record carries: token id (0: by bundle), bundle, user, permission, success count, "
+            "fail count, app status, lock-screen status, used type, time (0: now), duration";
         return HOST_CONTROL_INVALID_ARGUMENT;
     }
     record.tokenId = ResolveToken(tokenId, bundleName, userId, message);

@@ -45,13 +45,13 @@ enum : int32_t {
     HOST_CONTROL_INVALID_ARGUMENT = 401,   // a request that is not what its code reads
     HOST_CONTROL_NOT_FOUND = 404,          // no such bundle, token or parameter
     HOST_CONTROL_UNKNOWN_CODE = 405,
-    HOST_CONTROL_REFUSED = 409,            // the service refused the change (see the message)
+    HOST_CONTROL_REFUSED = 409,  // the service refused the change (see the message)
 };
 
 // Reply statuses of the daemon (in the reply frame) for requests it could not hand to an ability.
 // ERR_NONE and the ability's own results pass through.
 enum : int32_t {
-    HOSTD_NO_SUCH_ABILITY = 0x7FFF0001,  // no library is bound to the ability id
+    HOSTD_NO_SUCH_ABILITY = 0x7FFF0001,      // no library is bound to the ability id
     HOSTD_ABILITY_UNAVAILABLE = 0x7FFF0002,  // its library did not load or it did not start
 };
 

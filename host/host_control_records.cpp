@@ -82,17 +82,16 @@ bool WriteTokenView(Parcel& parcel, const TokenView& token, bool withPermissions
 bool ReadTokenView(Parcel& parcel, TokenView& token, bool withPermissions)
 {
     const bool read = parcel.ReadUint32(token.tokenId) && parcel.ReadUint64(token.fullTokenId) &&
-                      parcel.ReadInt32(token.type) && parcel.ReadString(token.name) &&
-                      parcel.ReadInt32(token.userId) && parcel.ReadInt32(token.uid) &&
-                      parcel.ReadBool(token.isSystemApp);
+                      parcel.ReadInt32(token.type) && parcel.ReadString(token.name) && parcel.ReadInt32(token.userId) &&
+                      parcel.ReadInt32(token.uid) && parcel.ReadBool(token.isSystemApp);
     return read && (!withPermissions || ReadPermissions(parcel, token.permissions));
 }
 
 bool WriteHostStatus(Parcel& parcel, const HostStatus& status)
 {
-    if (!parcel.WriteInt32(status.pid) || !parcel.WriteInt64(status.uptimeMs) ||
-        !parcel.WriteString(status.dataRoot) || !parcel.WriteString(status.socketPath) ||
-        !parcel.WriteBool(status.deviceSeeded) || !parcel.WriteInt32(static_cast<int32_t>(status.abilities.size()))) {
+    if (!parcel.WriteInt32(status.pid) || !parcel.WriteInt64(status.uptimeMs) || !parcel.WriteString(status.dataRoot) ||
+        !parcel.WriteString(status.socketPath) || !parcel.WriteBool(status.deviceSeeded) ||
+        !parcel.WriteInt32(static_cast<int32_t>(status.abilities.size()))) {
         return false;
     }
     for (const AbilityStatus& ability : status.abilities) {

@@ -25,9 +25,8 @@ namespace {
 constexpr std::chrono::seconds STOP_WAIT{20};
 // Directories the daemon makes: every uid may pass through to the socket (apps connect to it),
 // none but the owner may list or change them.
-constexpr std::filesystem::perms DIRECTORY_MODE = std::filesystem::perms::owner_all |
-                                                  std::filesystem::perms::group_exec |
-                                                  std::filesystem::perms::others_exec;
+constexpr std::filesystem::perms DIRECTORY_MODE =
+    std::filesystem::perms::owner_all | std::filesystem::perms::group_exec | std::filesystem::perms::others_exec;
 
 // Makes the directory and its missing parents with DIRECTORY_MODE. False with `error` set when it
 // cannot.
@@ -118,8 +117,8 @@ bool HostDaemon::Start()
     SetSelfToken();
     if (options_.unloadDelayMs) {
         system::SetParameter(UNLOAD_DELAY_PARAMETER, std::to_string(*options_.unloadDelayMs));
-        HOSTD_LOGI("%{public}s set to %{public}lld", UNLOAD_DELAY_PARAMETER,
-            static_cast<long long>(*options_.unloadDelayMs));
+        HOSTD_LOGI(
+            "%{public}s set to %{public}lld", UNLOAD_DELAY_PARAMETER, static_cast<long long>(*options_.unloadDelayMs));
     }
 
     abilities_.Bind(PRIVACY_ABILITY_ID, options_.abilityLibrary);
@@ -162,8 +161,8 @@ bool HostDaemon::PrepareDirectories()
     }
     const std::string served = socketDirectory.empty() ? std::string(".") : socketDirectory.string();
     if (!SearchableByOthers(served)) {
-        HOSTD_LOGW("%{public}s is not searchable by other users: apps (aspctl --as) cannot reach the socket",
-            served.c_str());
+        HOSTD_LOGW(
+            "%{public}s is not searchable by other users: apps (aspctl --as) cannot reach the socket", served.c_str());
     }
     return true;
 }

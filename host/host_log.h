@@ -11,13 +11,12 @@ constexpr unsigned int HOSTD_LOG_DOMAIN = 0xD001800;
 constexpr const char* HOSTD_LOG_TAG = "asp_hostd";
 }  // namespace OHOS::Host::Daemon
 
-#define HOSTD_LOG(level, fmt, ...)                                                                           \
-    do {                                                                                                     \
-        if (HiLogIsLoggable(::OHOS::Host::Daemon::HOSTD_LOG_DOMAIN, ::OHOS::Host::Daemon::HOSTD_LOG_TAG,    \
-                (level))) {                                                                                  \
-            HiLogPrint(LOG_CORE, (level), ::OHOS::Host::Daemon::HOSTD_LOG_DOMAIN,                            \
-                ::OHOS::Host::Daemon::HOSTD_LOG_TAG, "%{public}s: " fmt, __func__, ##__VA_ARGS__);          \
-        }                                                                                                    \
+#define HOSTD_LOG(level, fmt, ...)                                                                                     \
+    do {                                                                                                               \
+        if (HiLogIsLoggable(::OHOS::Host::Daemon::HOSTD_LOG_DOMAIN, ::OHOS::Host::Daemon::HOSTD_LOG_TAG, (level))) {   \
+            HiLogPrint(LOG_CORE, (level), ::OHOS::Host::Daemon::HOSTD_LOG_DOMAIN, ::OHOS::Host::Daemon::HOSTD_LOG_TAG, \
+                "%{public}s: " fmt, __func__, ##__VA_ARGS__);                                                          \
+        }                                                                                                              \
     } while (0)
 
 #define HOSTD_LOGD(fmt, ...) HOSTD_LOG(LOG_DEBUG, fmt, ##__VA_ARGS__)

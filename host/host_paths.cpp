@@ -59,8 +59,8 @@ std::string HostPaths::DefaultProfile()
     if (!found.empty()) {
         return found;
     }
-    const std::filesystem::path installed =
-        std::filesystem::path(ExecutableDirectory()).parent_path() / "share" / "asp" / "profiles" / "default_device.json";
+    const std::filesystem::path installed = std::filesystem::path(ExecutableDirectory()).parent_path() / "share" /
+                                            "asp" / "profiles" / "default_device.json";
     return IsFile(installed) ? installed.string() : std::string();
 }
 

@@ -65,7 +65,8 @@ std::string ReadFile(int fd, size_t limit, size_t& size)
 
 void SetPayload(Transport::ReplyFrame& frame, const MessageParcel& parcel)
 {
-    const auto* bytes = reinterpret_cast<const uint8_t*>(parcel.GetData());
+    // The platform hands the parcel's address out as an integer.
+    const auto* bytes = reinterpret_cast<const uint8_t*>(parcel.GetData());  // NOLINT(performance-no-int-to-ptr)
     frame.payload.assign(bytes, bytes + parcel.GetDataSize());
 }
 
@@ -76,8 +77,8 @@ RequestDispatcher::RequestDispatcher(AbilityHost& abilities, const HostControl& 
 {
 }
 
-Transport::ReplyFrame RequestDispatcher::Handle(const Transport::PeerCredentials& peer,
-    const Transport::RequestFrame& request)
+Transport::ReplyFrame RequestDispatcher::Handle(
+    const Transport::PeerCredentials& peer, const Transport::RequestFrame& request)
 {
     const CallerIdentity caller = CallerResolver::Resolve(peer);
     HOSTD_LOGD("request SA %{public}u code %{public}u from pid %{public}d uid %{public}u token %{public}u",
@@ -122,8 +123,8 @@ Transport::ReplyFrame RequestDispatcher::Handle(const Transport::PeerCredentials
     replyFrame.status = status;
     if (reply.GetOffsetsSize() != 0) {
         // Remote objects are addresses in this process; they cannot travel to the client.
-        HOSTD_LOGE("reply of SA %{public}u code %{public}u carries remote objects; not sent", request.abilityId,
-            request.code);
+        HOSTD_LOGE(
+            "reply of SA %{public}u code %{public}u carries remote objects; not sent", request.abilityId, request.code);
         replyFrame.status = IPC_STUB_WRITE_PARCEL_ERR;
         return replyFrame;
     }

@@ -20,8 +20,7 @@ std::string CallerFacts::Text() const
     return known ? bundleName + " (" + uidText + ")" : uidText;
 }
 
-int AppIdentity::SwitchTo(const ToolContext& context, const std::string& bundleName, int32_t userId,
-    CallerFacts& facts)
+int AppIdentity::SwitchTo(const ToolContext& context, const std::string& bundleName, int32_t userId, CallerFacts& facts)
 {
     if (geteuid() != 0) {
         return context.Fail(EXIT_USAGE, "--as needs root: only root may take another app's uid");

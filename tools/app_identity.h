@@ -32,8 +32,7 @@ class AppIdentity {
 public:
     // Looks the app up for the user and switches this process to its uid. EXIT_OK with `facts`
     // filled, or the tool's exit code after printing why not (not root, unknown bundle, no daemon).
-    static int SwitchTo(const ToolContext& context, const std::string& bundleName, int32_t userId,
-        CallerFacts& facts);
+    static int SwitchTo(const ToolContext& context, const std::string& bundleName, int32_t userId, CallerFacts& facts);
 };
 
 }  // namespace OHOS::Host::Tools

@@ -74,8 +74,8 @@ void PrintJson(const nlohmann::json& value)
 nlohmann::json GroupInfoJson(const Permission::AppPermissionGroupInfo& info)
 {
     return {{"bundleName", info.bundleName}, {"uid", info.uid}, {"permissionGroup", info.permissionGroup},
-        {"checkedState", info.checkedState}, {"shownStates", info.shownStates},
-        {"disabledStates", info.disabledStates}, {"disabledReason", info.disabledReason}, {"flags", info.flags}};
+        {"checkedState", info.checkedState}, {"shownStates", info.shownStates}, {"disabledStates", info.disabledStates},
+        {"disabledReason", info.disabledReason}, {"flags", info.flags}};
 }
 
 void PrintGroupInfos(const std::vector<Permission::AppPermissionGroupInfo>& infos, bool byGroup, bool json)
@@ -88,8 +88,9 @@ void PrintGroupInfos(const std::vector<Permission::AppPermissionGroupInfo>& info
         PrintJson(list);
         return;
     }
-    TablePrinter table(byGroup ? std::vector<std::string>{"BUNDLE", "UID", "CHECKED", "SHOWN", "DISABLED", "REASON", "FLAGS"}
-                               : std::vector<std::string>{"GROUP", "CHECKED", "SHOWN", "DISABLED", "REASON", "FLAGS"});
+    TablePrinter table(
+        byGroup ? std::vector<std::string>{"BUNDLE", "UID", "CHECKED", "SHOWN", "DISABLED", "REASON", "FLAGS"}
+                : std::vector<std::string>{"GROUP", "CHECKED", "SHOWN", "DISABLED", "REASON", "FLAGS"});
     for (const auto& info : infos) {
         std::vector<std::string> row = {info.checkedState, Join(info.shownStates), Join(info.disabledStates),
             info.disabledReason, PermissionText::FlagsText(static_cast<uint32_t>(info.flags))};
@@ -117,6 +118,7 @@ AspctlCommands::AspctlCommands(const ToolContext& context, CallerFacts caller, b
 std::vector<std::string> AspctlCommands::GroupNames()
 {
     std::vector<std::string> names;
+    names.reserve(Permission::PermissionGroup::VALUES.size());
     for (const auto& group : Permission::PermissionGroup::VALUES) {
         names.push_back(group.GetName());
     }
@@ -126,6 +128,7 @@ std::vector<std::string> AspctlCommands::GroupNames()
 std::vector<std::string> AspctlCommands::StateNames()
 {
     std::vector<std::string> names;
+    names.reserve(Permission::PermissionGroupState::VALUES.size());
     for (const auto& state : Permission::PermissionGroupState::VALUES) {
         names.push_back(state.GetName());
     }
@@ -160,12 +163,13 @@ int AspctlCommands::Unanswered(uint32_t code) const
         case IPC_STUB_INVALID_DATA_ERR:
         case IPC_STUB_UNKNOW_TRANS_ERR:
         case ERR_INVALID_STATE:
-            return context_.Fail(EXIT_FAILED,
-                "the service could not read the request (IPC result " + std::to_string(result) + ")");
+            return context_.Fail(
+                EXIT_FAILED, "the service could not read the request (IPC result " + std::to_string(result) + ")");
         case IPC_STUB_WRITE_PARCEL_ERR:
             return context_.Fail(EXIT_FAILED, "the answer is too large for a reply: narrow the request");
         case ERR_INVALID_REPLY: return context_.Fail(EXIT_FAILED, "the service's reply did not read");
-        default: return context_.Fail(ToolContext::ExitCodeForStatus(result), context_.DescribeStatus(*remote_, result));
+        default:
+            return context_.Fail(ToolContext::ExitCodeForStatus(result), context_.DescribeStatus(*remote_, result));
     }
 }
 
@@ -176,8 +180,7 @@ int AspctlCommands::RefusedWithCode(uint32_t code, int32_t result, const std::st
             return context_.Fail(EXIT_REFUSED, "refused (201): " + caller_.Text() + " lacks " + PermissionOf(code));
         case NOT_SYSTEM_APP:
             return context_.Fail(EXIT_REFUSED, "refused (202): " + caller_.Text() + " is not a system app");
-        case INVALID_ARGUMENT:
-            return context_.Fail(EXIT_USAGE, "invalid argument (401): " + what);
+        case INVALID_ARGUMENT: return context_.Fail(EXIT_USAGE, "invalid argument (401): " + what);
         default: return context_.Fail(EXIT_FAILED, "the service answered " + std::to_string(result));
     }
 }
@@ -236,15 +239,15 @@ int AspctlCommands::Group(const std::string& group, int32_t userId, const std::v
     return EXIT_OK;
 }
 
-int AspctlCommands::Set(const std::string& bundleName, int32_t userId, const std::string& group,
-    const std::string& state, bool userFixed)
+int AspctlCommands::Set(
+    const std::string& bundleName, int32_t userId, const std::string& group, const std::string& state, bool userFixed)
 {
     // The user set bit always, user fixed on request: what a settings screen writes when the user
     // makes a choice ("don't ask again" fixes it).
     constexpr int64_t USER_SET = 1;
     constexpr int64_t USER_FIXED = 2;
-    const Permission::CheckedStateParameter parameter(state, USER_SET | USER_FIXED,
-        userFixed ? (USER_SET | USER_FIXED) : USER_SET);
+    const Permission::CheckedStateParameter parameter(
+        state, USER_SET | USER_FIXED, userFixed ? (USER_SET | USER_FIXED) : USER_SET);
     const bool applied = proxy_->SetAppPermissionGroupCheckedState(bundleName, userId * UID_PER_USER, group, parameter);
     if (const int failed = Unanswered(Code::SET_APP_PERMISSION_GROUP_CHECKED_STATE); failed != EXIT_OK) {
         return failed;
@@ -257,8 +260,8 @@ int AspctlCommands::Set(const std::string& bundleName, int32_t userId, const std
         return context_.Fail(EXIT_FAILED, "the service did not apply " + state + " to " + group + " of " + bundleName +
                                               " (user " + std::to_string(userId) +
                                               "): the state is not offered or is disabled for the group, or the app "
-                                              "is not installed (see: aspctl groups " + bundleName + " --group " +
-                                              group + ")");
+                                              "is not installed (see: aspctl groups " +
+                                              bundleName + " --group " + group + ")");
     }
     if (json_) {
         PrintJson({{"bundleName", bundleName}, {"userId", userId}, {"permissionGroup", group}, {"checkedState", state},
@@ -286,7 +289,8 @@ int AspctlCommands::Usage(bool timeline, const UsageOptions& options)
     query.SetLimit(options.limit);
     query.SetOrder(options.order);
     std::vector<Record::PermissionUsageRecord> records;
-    const uint32_t code = timeline ? Code::GET_PERMISSION_USAGE_RECORD_TIMELINE : Code::GET_PERMISSION_USAGE_RECORD_SUMMARY;
+    const uint32_t code =
+        timeline ? Code::GET_PERMISSION_USAGE_RECORD_TIMELINE : Code::GET_PERMISSION_USAGE_RECORD_SUMMARY;
     const int32_t result = timeline ? proxy_->GetPermissionUsageTimeline(query, records)
                                     : proxy_->GetPermissionUsageSummary(query, records);
     if (const int failed = Unanswered(code); failed != EXIT_OK) {
@@ -329,8 +333,8 @@ int AspctlCommands::Usage(bool timeline, const UsageOptions& options)
             ScreenStateText(record.GetScreenState())});
     }
     table.Print();
-    std::printf("(%s to %s UTC)\n", TimeArgument::Format(options.beginMs).c_str(),
-        TimeArgument::Format(options.endMs).c_str());
+    std::printf(
+        "(%s to %s UTC)\n", TimeArgument::Format(options.beginMs).c_str(), TimeArgument::Format(options.endMs).c_str());
     return EXIT_OK;
 }
 
@@ -387,7 +391,8 @@ int AspctlCommands::GTokenGet(const std::string& policyName, const std::vector<s
     }
     TablePrinter table({"BUNDLE", "FINGERPRINT", "VERSION", "VALUE"});
     for (const GTokenResult& row : answer.results) {
-        table.AddRow({row.bundleName, row.fingerPrint, std::to_string(row.versionCode), std::to_string(row.policyValue)});
+        table.AddRow(
+            {row.bundleName, row.fingerPrint, std::to_string(row.versionCode), std::to_string(row.policyValue)});
     }
     table.Print();
     return EXIT_OK;

@@ -92,8 +92,9 @@ int ReadUsage(const ToolContext& context, const UsageText& text, UsageOptions& o
     const auto begin = text.begin.empty() ? std::optional<int64_t>(now - DEFAULT_USAGE_DAYS * DAY_MS)
                                           : TimeArgument::Parse(text.begin, now);
     if (!begin || !end) {
-        return context.Fail(EXIT_USAGE, "'" + (!begin ? text.begin : text.end) +
-                                            "' is not a time: milliseconds, now, -7d / -12h / -30m, or 2024-06-01[T08:30]");
+        return context.Fail(
+            EXIT_USAGE, "'" + (!begin ? text.begin : text.end) +
+                            "' is not a time: milliseconds, now, -7d / -12h / -30m, or 2024-06-01[T08:30]");
     }
     if (*begin >= *end) {
         return context.Fail(EXIT_USAGE, "--begin must lie before --end");
@@ -129,12 +130,14 @@ int CheckBundles(const ToolContext& context, const std::vector<std::string>& bun
 int main(int argc, char** argv)
 {
     ToolContext context("aspctl");
-    CLI::App app{"aspctl: what a privacy-settings app does with the privacy service (ability 65993): list an app's "
-                 "permission groups, set a group's state, read permission usage, manage GToken policies.\n"
-                 "The caller must be a system app holding the request's permission: run as root, use --as with the "
-                 "settings app (com.ohos.permissionmanager on the default device)."};
-    app.footer(std::string(ExitCodesHelp()) + "\nStates: ALLOW, ALLOW_ALL_THE_TIME, ALLOW_ONLY_WHILE_IN_USE, "
-                                              "ASK_EACH_TIME, DENY, MEDIA_ONLY, ALLOW_MANAGEMENT_OF_ALL_FILES (any case, - for _).");
+    CLI::App app{
+        "aspctl: what a privacy-settings app does with the privacy service (ability 65993): list an app's "
+        "permission groups, set a group's state, read permission usage, manage GToken policies.\n"
+        "The caller must be a system app holding the request's permission: run as root, use --as with the "
+        "settings app (com.ohos.permissionmanager on the default device)."};
+    app.footer(std::string(ExitCodesHelp()) +
+               "\nStates: ALLOW, ALLOW_ALL_THE_TIME, ALLOW_ONLY_WHILE_IN_USE, "
+               "ASK_EACH_TIME, DENY, MEDIA_ONLY, ALLOW_MANAGEMENT_OF_ALL_FILES (any case, - for _).");
     app.require_subcommand(1);
     context.AddOptions(app);
     std::string asBundle;
@@ -171,7 +174,8 @@ int main(int argc, char** argv)
     CLI::App* usageCommand = app.add_subcommand("usage", "what apps did with their permissions");
     usageCommand->require_subcommand(1);
     CLI::App* summary = usageCommand->add_subcommand("summary", "uses per app and group over the time range");
-    CLI::App* timeline = usageCommand->add_subcommand("timeline", "single uses, newest first");
+    CLI::App* timeline =
+        usageCommand->add_subcommand("timeline", "single uses, one line each (newest first unless --order oldest)");
     for (CLI::App* command : {summary, timeline}) {
         command->add_option("--user", usage.userId, "user id")->default_val(100);
         command->add_option("--bundle", usage.bundleName, "only this app");
@@ -183,10 +187,12 @@ int main(int argc, char** argv)
             ->check(CLI::IsMember({"foreground", "background"}));
         command->add_option("--screen-state", usageText.screenStates, "unlocked, locked")
             ->check(CLI::IsMember({"unlocked", "locked"}));
-        command->add_option("--begin", usageText.begin, "from (default: 28 days ago): ms, now, -7d, 2024-06-01[T08:30]");
+        command->add_option(
+            "--begin", usageText.begin, "from (default: 28 days ago): ms, now, -7d, 2024-06-01[T08:30]");
         command->add_option("--end", usageText.end, "until, exclusive (default: now)");
-        command->add_option("--limit", usage.limit, "most records of a timeline (0: 500)")->default_val(0)->check(
-            CLI::Range(0, 100000));
+        command->add_option("--limit", usage.limit, "most records of a timeline (0: 500)")
+            ->default_val(0)
+            ->check(CLI::Range(0, 100000));
         command->add_option("--order", usageText.order, "newest or oldest first")
             ->default_val("newest")
             ->check(CLI::IsMember({"newest", "oldest"}));
@@ -228,13 +234,13 @@ int main(int argc, char** argv)
     }
     for (const std::string& group : namedGroups) {
         if (!IsOneOf(group, knownGroups)) {
-            return context.Fail(EXIT_USAGE, "invalid argument (401): no permission group " + group + "; groups are " +
-                                                NamesText(knownGroups));
+            return context.Fail(EXIT_USAGE,
+                "invalid argument (401): no permission group " + group + "; groups are " + NamesText(knownGroups));
         }
     }
     if (*setCommand && !IsOneOf(state, AspctlCommands::StateNames())) {
-        return context.Fail(EXIT_USAGE, "invalid argument (401): no state " + state + "; states are " +
-                                            NamesText(AspctlCommands::StateNames()));
+        return context.Fail(EXIT_USAGE,
+            "invalid argument (401): no state " + state + "; states are " + NamesText(AspctlCommands::StateNames()));
     }
     if (*usageCommand) {
         if (const int bad = ReadUsage(context, usageText, usage)) {
@@ -243,9 +249,9 @@ int main(int argc, char** argv)
     }
     for (const std::string& text : policyTexts) {
         const size_t equals = text.find('=');
-        const auto value = equals == std::string::npos ? std::nullopt
-                                                       : PermissionText::ParseInteger(text.substr(equals + 1),
-                                                             INT32_MIN, INT32_MAX);
+        const auto value = equals == std::string::npos
+                               ? std::nullopt
+                               : PermissionText::ParseInteger(text.substr(equals + 1), INT32_MIN, INT32_MAX);
         if (equals == 0 || !value) {
             return context.Fail(EXIT_USAGE, "'" + text + "' is not NAME=VALUE with a whole-number value");
         }

@@ -54,8 +54,8 @@ const char* TokenTypeText(int32_t type)
     }
 }
 
-int Perm(ToolContext& context, const Target& target, bool grant, const std::string& permission,
-    const std::string& flagsText)
+int Perm(
+    ToolContext& context, const Target& target, bool grant, const std::string& permission, const std::string& flagsText)
 {
     if (target.tokenId == 0 && target.bundleName.empty()) {
         return context.Fail(EXIT_USAGE, "name the token (-i) or the bundle (-b)");
@@ -140,8 +140,9 @@ int Record(ToolContext& context, const Target& target, UsageRequest& request, bo
 int main(int argc, char** argv)
 {
     ToolContext context("atm");
-    CLI::App app{"atm: the device's access tokens: grant and revoke permissions, show tokens, record a permission "
-                 "usage (as root or the shell)."};
+    CLI::App app{
+        "atm: the device's access tokens: grant and revoke permissions, show tokens, record a permission "
+        "usage (as root or the shell)."};
     app.footer(ExitCodesHelp());
     app.require_subcommand(1);
     context.AddOptions(app);

@@ -21,8 +21,7 @@ namespace {
 using namespace OHOS::Host;
 using namespace OHOS::Host::Tools;
 
-int Install(ToolContext& context, InstallRequest& request, const std::vector<std::string>& permissions,
-    bool container)
+int Install(ToolContext& context, InstallRequest& request, const std::vector<std::string>& permissions, bool container)
 {
     for (const std::string& text : permissions) {
         const auto entry = PermissionText::ParseRequested(text);
@@ -67,8 +66,9 @@ int DumpAll(ToolContext& context, int32_t userId)
     }
     TablePrinter table({"USER", "BUNDLE", "UID", "TOKEN", "SYSTEM", "CONTAINER"});
     for (const BundleView& bundle : bundles) {
-        table.AddRow({std::to_string(bundle.userId), bundle.name, std::to_string(bundle.uid),
-            std::to_string(bundle.tokenId), bundle.isSystemApp ? "yes" : "no", bundle.entityType == "1" ? "yes" : "no"});
+        table.AddRow(
+            {std::to_string(bundle.userId), bundle.name, std::to_string(bundle.uid), std::to_string(bundle.tokenId),
+                bundle.isSystemApp ? "yes" : "no", bundle.entityType == "1" ? "yes" : "no"});
     }
     table.Print();
     return EXIT_OK;
@@ -82,8 +82,9 @@ int DumpOne(ToolContext& context, const std::string& bundleName, int32_t userId)
     if (!outcome.ok) {
         return context.Fail(outcome.exitCode, outcome.message);
     }
-    std::printf("bundle:      %s\nuser:        %d\nuid:         %d\napp index:   %d\napp id:      %s\n"
-                "token:       %u (full 0x%llx)\nsystem app:  %s\ncontainer:   %s\n\n",
+    std::printf(
+        "bundle:      %s\nuser:        %d\nuid:         %d\napp index:   %d\napp id:      %s\n"
+        "token:       %u (full 0x%llx)\nsystem app:  %s\ncontainer:   %s\n\n",
         bundle.name.c_str(), bundle.userId, bundle.uid, bundle.appIndex, bundle.appId.c_str(), bundle.tokenId,
         static_cast<unsigned long long>(bundle.fullTokenId), bundle.isSystemApp ? "yes" : "no",
         bundle.entityType == "1" ? "yes" : "no");

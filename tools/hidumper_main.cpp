@@ -150,8 +150,8 @@ int Dump(ToolContext& context, const Arguments& arguments)
             result == HOSTD_ABILITY_UNAVAILABLE || result == OHOS::ERR_INVALID_REPLY) {
             exitCode = context.Fail(ToolContext::ExitCodeForStatus(result), context.DescribeStatus(*remote, result));
         } else if (result != 0) {
-            exitCode = context.Fail(EXIT_FAILED, "the dump of ability " + std::to_string(abilityId) + " answered " +
-                                                     std::to_string(result));
+            exitCode = context.Fail(EXIT_FAILED,
+                "the dump of ability " + std::to_string(abilityId) + " answered " + std::to_string(result));
         }
     }
     return exitCode;

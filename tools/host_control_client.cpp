@@ -214,8 +214,8 @@ HostOutcome HostControlClient::ListTokens(std::vector<TokenView>& tokens)
     return outcome;
 }
 
-HostOutcome HostControlClient::GetToken(uint32_t tokenId, const std::string& bundleName, int32_t userId,
-    TokenView& token)
+HostOutcome HostControlClient::GetToken(
+    uint32_t tokenId, const std::string& bundleName, int32_t userId, TokenView& token)
 {
     MessageParcel data;
     MessageParcel reply;

@@ -7,15 +7,14 @@
 #include <utility>
 #include <vector>
 
-
 namespace OHOS::Host::Tools {
 namespace {
 
 const std::vector<std::pair<uint32_t, const char*>>& FlagWords()
 {
-    static const std::vector<std::pair<uint32_t, const char*>> WORDS = {{1U << 0, "user_set"},
-        {1U << 1, "user_fixed"}, {1U << 2, "system_fixed"}, {1U << 3, "granted_by_policy"},
-        {1U << 4, "component_set"}, {1U << 5, "policy_fixed"}, {1U << 6, "allow_this_time"}};
+    static const std::vector<std::pair<uint32_t, const char*>> WORDS = {{1U << 0, "user_set"}, {1U << 1, "user_fixed"},
+        {1U << 2, "system_fixed"}, {1U << 3, "granted_by_policy"}, {1U << 4, "component_set"},
+        {1U << 5, "policy_fixed"}, {1U << 6, "allow_this_time"}};
     return WORDS;
 }
 

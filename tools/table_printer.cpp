@@ -5,7 +5,9 @@
 
 namespace OHOS::Host::Tools {
 
-TablePrinter::TablePrinter(std::vector<std::string> header) : header_(std::move(header)) {}
+TablePrinter::TablePrinter(std::vector<std::string> header) : header_(std::move(header))
+{
+}
 
 void TablePrinter::AddRow(std::vector<std::string> cells)
 {

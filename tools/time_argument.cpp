@@ -56,8 +56,8 @@ std::optional<int64_t> ParseDate(const std::string& text)
             return std::nullopt;
         }
         rest = rest.substr(static_cast<size_t>(more));
-        if (!rest.empty() && (std::sscanf(rest.c_str(), ":%2d%n", &second, &more) != 1 ||
-                                 static_cast<size_t>(more) != rest.size())) {
+        if (!rest.empty() &&
+            (std::sscanf(rest.c_str(), ":%2d%n", &second, &more) != 1 || static_cast<size_t>(more) != rest.size())) {
             return std::nullopt;
         }
     }

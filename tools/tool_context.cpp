@@ -20,13 +20,16 @@ namespace OHOS::Host::Tools {
 
 using Transport::TransportError;
 
-ToolContext::ToolContext(std::string toolName) : toolName_(std::move(toolName)) {}
+ToolContext::ToolContext(std::string toolName) : toolName_(std::move(toolName))
+{
+}
 
 void ToolContext::AddOptions(CLI::App& app)
 {
     app.add_option("--socket", socketOption_,
         "asp_hostd's socket (default: $ASP_SOCKET, else <data-root>/" + std::string(HostPaths::SOCKET_NAME) + ")");
-    app.add_option("--data-root", dataRootOption_, "the daemon's data root (default: $ASP_DATA_ROOT, else /tmp/asp-device)");
+    app.add_option(
+        "--data-root", dataRootOption_, "the daemon's data root (default: $ASP_DATA_ROOT, else /tmp/asp-device)");
     app.add_flag("-v,--verbose", verbose_, "show the platform log (transport messages) on stderr");
 }
 
@@ -54,8 +57,7 @@ std::string ToolContext::DescribeStatus(const Transport::SocketRemoteObject& rem
 {
     if (status == Transport::SocketRemoteObject::DEAD_OBJECT) {
         switch (remote.LastError()) {
-            case TransportError::NO_DAEMON:
-                return "cannot reach asp_hostd at " + socketPath_ + ": is it running?";
+            case TransportError::NO_DAEMON: return "cannot reach asp_hostd at " + socketPath_ + ": is it running?";
             case TransportError::CONNECT_FAILED:
                 if (remote.LastErrno() == EACCES) {
                     return "cannot reach asp_hostd at " + socketPath_ + ": permission denied for uid " +
@@ -65,8 +67,7 @@ std::string ToolContext::DescribeStatus(const Transport::SocketRemoteObject& rem
             case TransportError::INVALID_PATH:
                 return "the socket path '" + socketPath_ + "' is empty or too long for a Unix socket";
             case TransportError::TIMEOUT: return "asp_hostd at " + socketPath_ + " did not answer in time";
-            default:
-                return std::string("the request to asp_hostd failed: ") + TransportErrorName(remote.LastError());
+            default: return std::string("the request to asp_hostd failed: ") + TransportErrorName(remote.LastError());
         }
     }
     switch (status) {

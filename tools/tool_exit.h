@@ -9,11 +9,11 @@ namespace OHOS::Host::Tools {
 
 enum ExitCode : int {
     EXIT_OK = 0,
-    EXIT_FAILED = 1,      // the request failed for another reason (the message says which)
-    EXIT_USAGE = 2,       // bad command line, or the service found an argument invalid (401)
-    EXIT_NO_DAEMON = 3,   // asp_hostd cannot be reached
-    EXIT_REFUSED = 4,     // the caller was refused: a permission missing (201) or not a system app (202)
-    EXIT_NOT_FOUND = 5,   // no such bundle, token or parameter
+    EXIT_FAILED = 1,     // the request failed for another reason (the message says which)
+    EXIT_USAGE = 2,      // bad command line, or the service found an argument invalid (401)
+    EXIT_NO_DAEMON = 3,  // asp_hostd cannot be reached
+    EXIT_REFUSED = 4,    // the caller was refused: a permission missing (201) or not a system app (202)
+    EXIT_NOT_FOUND = 5,  // no such bundle, token or parameter
 };
 
 // The text of the exit codes, for the tools' --help.

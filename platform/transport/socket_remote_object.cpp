@@ -87,8 +87,8 @@ int SocketRemoteObject::SendRequest(uint32_t code, MessageParcel& data, MessageP
     if (!replyFrame.payload.empty()) {
         reply.SetMaxCapacity(std::max(reply.GetMaxCapacity(), replyFrame.payload.size()));
         if (!reply.ParseFrom(reinterpret_cast<uintptr_t>(replyFrame.payload.data()), replyFrame.payload.size())) {
-            TRANSPORT_LOGE("reply to request %{public}u is not a parcel (%{public}zu bytes)", code,
-                replyFrame.payload.size());
+            TRANSPORT_LOGE(
+                "reply to request %{public}u is not a parcel (%{public}zu bytes)", code, replyFrame.payload.size());
             return ERR_INVALID_REPLY;
         }
     }

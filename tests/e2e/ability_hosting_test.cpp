@@ -26,8 +26,8 @@
 namespace AspTest {
 namespace {
 
-using ::testing::HasSubstr;
 using OHOS::Host::AbilityStatus;
+using ::testing::HasSubstr;
 
 constexpr uint64_t SYSTEM_APP_BIT = 1ULL << 32;
 
@@ -86,7 +86,8 @@ public:
         uint8_t buffer[4096];
         while (!decoder.HasFrame()) {
             const ssize_t got = recv(fd_, buffer, sizeof(buffer), 0);
-            if (got <= 0 || decoder.Feed(buffer, static_cast<size_t>(got)) != OHOS::Host::Transport::DecodeError::NONE) {
+            if (got <= 0 ||
+                decoder.Feed(buffer, static_cast<size_t>(got)) != OHOS::Host::Transport::DecodeError::NONE) {
                 return std::nullopt;
             }
         }
@@ -97,7 +98,9 @@ public:
     // True when the daemon closes the connection within the limit.
     bool ClosedByDaemon()
     {
-        struct timeval limit {5, 0};
+        struct timeval limit {
+            5, 0
+        };
         setsockopt(fd_, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof(limit));
         uint8_t buffer[256];
         for (;;) {

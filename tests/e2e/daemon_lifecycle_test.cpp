@@ -20,9 +20,9 @@
 namespace AspTest {
 namespace {
 
-using ::testing::HasSubstr;
 using OHOS::Host::HOST_CONTROL_ABILITY_ID;
 using OHOS::Host::HostControlCode;
+using ::testing::HasSubstr;
 
 bool PathExists(const std::string& path)
 {
@@ -79,8 +79,9 @@ TEST(HostdLifecycleTest, DeviceStateSurvivesARestartAndAKill)
 {
     HostdHarness hostd;
     ASSERT_TRUE(hostd.Start()) << hostd.StartupOutput();
-    ASSERT_EQ(hostd.RunTool("bm", {"install", "-n", "com.e2e.notes", "-u", "100", "-p",
-                                      "ohos.permission.CAMERA:denied", "-p", "ohos.permission.READ_CONTACTS:granted:2"})
+    ASSERT_EQ(hostd
+                  .RunTool("bm", {"install", "-n", "com.e2e.notes", "-u", "100", "-p", "ohos.permission.CAMERA:denied",
+                                     "-p", "ohos.permission.READ_CONTACTS:granted:2"})
                   .exitCode,
         0);
     ASSERT_EQ(hostd.RunTool("atm", {"perm", "-g", "-b", "com.e2e.notes", "-p", "ohos.permission.CAMERA"}).exitCode, 0);

@@ -28,8 +28,8 @@ class EchoAbility : public OHOS::SystemAbility, public OHOS::IPCObjectStub {
 public:
     EchoAbility() : OHOS::SystemAbility(ABILITY_ID, true), OHOS::IPCObjectStub(u"asp.test.EchoAbility") {}
 
-    int OnRemoteRequest(uint32_t code, OHOS::MessageParcel& data, OHOS::MessageParcel& reply,
-        OHOS::MessageOption& option) override
+    int OnRemoteRequest(
+        uint32_t code, OHOS::MessageParcel& data, OHOS::MessageParcel& reply, OHOS::MessageOption& option) override
     {
         ArmUnload();
         switch (code) {

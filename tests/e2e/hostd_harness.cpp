@@ -221,8 +221,8 @@ std::string HostdHarness::StartupOutput() const
     return ReadText(dataRoot_ + "/hostd.out");
 }
 
-std::vector<std::string> HostdHarness::DaemonArgs(const std::string& dataRoot,
-    const std::vector<std::string>& extraArgs) const
+std::vector<std::string> HostdHarness::DaemonArgs(
+    const std::string& dataRoot, const std::vector<std::string>& extraArgs) const
 {
     std::vector<std::string> args = {Program("asp_hostd"), "--data-root", dataRoot, "--socket", socketPath_,
         "--profile", ASP_E2E_PROFILE, "--ability-lib", abilityLibrary_, "--log-file", dataRoot + "/hostd.log",
@@ -294,8 +294,8 @@ ToolResult HostdHarness::RunDaemonToExit(const std::string& dataRoot) const
     return RunProcess(DaemonArgs(dataRoot.empty() ? dataRoot_ : dataRoot, {}), {}, std::nullopt);
 }
 
-ToolResult HostdHarness::RunTool(const std::string& tool, const std::vector<std::string>& args,
-    std::optional<uid_t> uid) const
+ToolResult HostdHarness::RunTool(
+    const std::string& tool, const std::vector<std::string>& args, std::optional<uid_t> uid) const
 {
     std::vector<std::string> argv = {Program(tool)};
     argv.insert(argv.end(), args.begin(), args.end());
@@ -332,8 +332,8 @@ std::optional<OHOS::Host::BundleView> HostdHarness::Bundle(const std::string& na
     data.WriteString(name);
     data.WriteInt32(userId);
     OHOS::Host::BundleView bundle;
-    if (Send(OHOS::Host::HOST_CONTROL_ABILITY_ID, static_cast<uint32_t>(OHOS::Host::HostControlCode::GET_BUNDLE),
-            data, reply) != OHOS::ERR_NONE ||
+    if (Send(OHOS::Host::HOST_CONTROL_ABILITY_ID, static_cast<uint32_t>(OHOS::Host::HostControlCode::GET_BUNDLE), data,
+            reply) != OHOS::ERR_NONE ||
         reply.ReadInt32() != OHOS::Host::HOST_CONTROL_OK || !reply.ReadString().empty() ||
         !OHOS::Host::ReadBundleView(reply, bundle, true)) {
         return std::nullopt;
@@ -346,8 +346,8 @@ std::vector<OHOS::Host::TokenView> HostdHarness::Tokens() const
     MessageParcel data;
     MessageParcel reply;
     std::vector<OHOS::Host::TokenView> tokens;
-    if (Send(OHOS::Host::HOST_CONTROL_ABILITY_ID, static_cast<uint32_t>(OHOS::Host::HostControlCode::LIST_TOKENS),
-            data, reply) != OHOS::ERR_NONE ||
+    if (Send(OHOS::Host::HOST_CONTROL_ABILITY_ID, static_cast<uint32_t>(OHOS::Host::HostControlCode::LIST_TOKENS), data,
+            reply) != OHOS::ERR_NONE ||
         reply.ReadInt32() != OHOS::Host::HOST_CONTROL_OK || !reply.ReadString().empty()) {
         return tokens;
     }
@@ -372,8 +372,7 @@ std::optional<EchoIdentity> HostdHarness::WhoAmIAs(uid_t uid) const
     const std::string socketPath = socketPath_;
     const std::optional<std::string> answer = RunInChildAs(uid, [&socketPath] {
         const std::optional<EchoIdentity> identity = AskWhoAmI(socketPath);
-        return identity ? std::string(reinterpret_cast<const char*>(&*identity), sizeof(EchoIdentity))
-                        : std::string();
+        return identity ? std::string(reinterpret_cast<const char*>(&*identity), sizeof(EchoIdentity)) : std::string();
     });
     if (!answer || answer->size() != sizeof(EchoIdentity)) {
         return std::nullopt;

@@ -76,8 +76,8 @@ public:
     ToolResult RunDaemonToExit(const std::string& dataRoot = std::string()) const;
     // Runs a tool of the build (aspctl, bm, atm, param, hidumper) with ASP_SOCKET set to the
     // harness's socket, as `uid` when given (root only).
-    ToolResult RunTool(const std::string& tool, const std::vector<std::string>& args,
-        std::optional<uid_t> uid = std::nullopt) const;
+    ToolResult RunTool(
+        const std::string& tool, const std::vector<std::string>& args, std::optional<uid_t> uid = std::nullopt) const;
 
     // The daemon's status, through its control requests.
     std::optional<OHOS::Host::HostStatus> Status() const;

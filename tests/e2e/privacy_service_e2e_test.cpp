@@ -22,10 +22,10 @@
 namespace AspTest {
 namespace {
 
-using ::testing::HasSubstr;
 using OHOS::AppSecurityPrivacy::SecurityPrivacyServer::GTokenInfo;
 using OHOS::AppSecurityPrivacy::SecurityPrivacyServer::GTokenPolicy;
 using OHOS::AppSecurityPrivacy::SecurityPrivacyServer::SecurityPrivacyServiceProxy;
+using ::testing::HasSubstr;
 
 constexpr const char* SETTINGS = "com.ohos.permissionmanager";
 
@@ -85,7 +85,8 @@ TEST_F(PrivacyServiceE2eTest, TheSettingsAppListsSetsAndReadsBackAGroup)
         hostd_.RunTool("aspctl", {"--as", SETTINGS, "set", "com.example.maps", "location", "allow-only-while-in-use"});
     ASSERT_EQ(set.exitCode, 0) << set.err;
     EXPECT_THAT(set.out, HasSubstr("LOCATION is now ALLOW_ONLY_WHILE_IN_USE"));
-    const nlohmann::json after = FindGroup(AsSettingsJson({"groups", "com.example.maps", "--group", "LOCATION"}), "LOCATION");
+    const nlohmann::json after =
+        FindGroup(AsSettingsJson({"groups", "com.example.maps", "--group", "LOCATION"}), "LOCATION");
     EXPECT_EQ(after.value("checkedState", ""), "ALLOW_ONLY_WHILE_IN_USE");
     EXPECT_EQ(after.value("flags", 0) & 1, 1);  // set by the user
     // Underneath: foreground location granted, background location revoked.
@@ -101,8 +102,8 @@ TEST_F(PrivacyServiceE2eTest, TheSettingsAppListsSetsAndReadsBackAGroup)
     }
 
     // The profile's weeks of history: a timeline of the newest uses, newest first.
-    const nlohmann::json timeline = AsSettingsJson(
-        {"usage", "timeline", "--bundle", "com.example.maps", "--group", "LOCATION", "--limit", "5"});
+    const nlohmann::json timeline =
+        AsSettingsJson({"usage", "timeline", "--bundle", "com.example.maps", "--group", "LOCATION", "--limit", "5"});
     ASSERT_TRUE(timeline.is_array());
     ASSERT_EQ(timeline.size(), 5U);
     for (size_t i = 1; i < timeline.size(); ++i) {
@@ -132,9 +133,9 @@ TEST_F(PrivacyServiceE2eTest, TheWrongCallersAreRefused)
     result = hostd_.RunTool("aspctl", {"--as", "com.ohos.camera", "gtoken", "get", "malicious-app"});
     EXPECT_THAT(result.err, HasSubstr("lacks ohos.permission.READ_GTOKEN_POLICY"));
     // An app that holds the permission but is not a system app: 202.
-    ASSERT_EQ(hostd_.RunTool("bm", {"install", "-n", "com.e2e.spy", "-p",
-                                      "ohos.permission.PERMISSION_USED_STATS:granted", "-p",
-                                      "ohos.permission.GET_SENSITIVE_PERMISSIONS:granted"})
+    ASSERT_EQ(hostd_
+                  .RunTool("bm", {"install", "-n", "com.e2e.spy", "-p", "ohos.permission.PERMISSION_USED_STATS:granted",
+                                     "-p", "ohos.permission.GET_SENSITIVE_PERMISSIONS:granted"})
                   .exitCode,
         0);
     result = hostd_.RunTool("aspctl", {"--as", "com.e2e.spy", "usage", "timeline"});
@@ -161,8 +162,9 @@ TEST_F(PrivacyServiceE2eTest, TheServiceUnloadsWhenIdleAndComesBackWithItsState)
 {
     hostd_.SetUnloadDelay(std::chrono::milliseconds(300));
     ASSERT_TRUE(hostd_.Start()) << hostd_.StartupOutput();
-    ASSERT_EQ(hostd_.RunTool("aspctl", {"--as", SETTINGS, "gtoken", "add", "com.example.game.arcade", "--policy",
-                                          "malicious-app=1"})
+    ASSERT_EQ(hostd_
+                  .RunTool("aspctl",
+                      {"--as", SETTINGS, "gtoken", "add", "com.example.game.arcade", "--policy", "malicious-app=1"})
                   .exitCode,
         0);
     auto serviceStatus = [this] {
@@ -197,7 +199,8 @@ pid_t StartPolicyWriter(const std::string& socketPath, uid_t settingsUid, int ac
     constexpr int MOST_WRITES = 20000;
     for (int n = 0; n < MOST_WRITES; ++n) {
         const std::string bundle = "com.e2e.load." + std::to_string(n);
-        const int32_t result = proxy.GTokenPolicyAddPolicy({GTokenInfo(bundle, "fp", 1, {GTokenPolicy("load-test", n)})});
+        const int32_t result =
+            proxy.GTokenPolicyAddPolicy({GTokenInfo(bundle, "fp", 1, {GTokenPolicy("load-test", n)})});
         if (result != 1 || SecurityPrivacyServiceProxy::GetLastRequestResult() != OHOS::ERR_NONE) {
             _exit(0);  // the daemon is gone
         }
@@ -212,14 +215,14 @@ pid_t StartPolicyWriter(const std::string& socketPath, uid_t settingsUid, int ac
 TEST_F(PrivacyServiceE2eTest, PoliciesAndGroupStatesSurviveARestartAndAKillUnderLoad)
 {
     ASSERT_TRUE(hostd_.Start()) << hostd_.StartupOutput();
-    ASSERT_EQ(hostd_.RunTool("aspctl", {"--as", SETTINGS, "set", "com.example.weather", "LOCATION", "DENY",
-                                          "--user-fixed"})
-                  .exitCode,
+    ASSERT_EQ(
+        hostd_.RunTool("aspctl", {"--as", SETTINGS, "set", "com.example.weather", "LOCATION", "DENY", "--user-fixed"})
+            .exitCode,
         0);
     ASSERT_EQ(hostd_.Stop(), 0);
     ASSERT_TRUE(hostd_.Start()) << hostd_.StartupOutput();
-    EXPECT_EQ(FindGroup(AsSettingsJson({"groups", "com.example.weather"}), "LOCATION").value("checkedState", ""),
-        "DENY");
+    EXPECT_EQ(
+        FindGroup(AsSettingsJson({"groups", "com.example.weather"}), "LOCATION").value("checkedState", ""), "DENY");
 
     // A writer adds policies as fast as the service takes them; the daemon is killed meanwhile.
     const auto settings = hostd_.Bundle(SETTINGS, 100);
@@ -253,8 +256,8 @@ TEST_F(PrivacyServiceE2eTest, PoliciesAndGroupStatesSurviveARestartAndAKillUnder
     for (const std::string& bundle : acknowledged) {
         EXPECT_EQ(rows.count(bundle), 1U) << bundle << " was acknowledged and is lost";
     }
-    EXPECT_EQ(FindGroup(AsSettingsJson({"groups", "com.example.weather"}), "LOCATION").value("checkedState", ""),
-        "DENY");
+    EXPECT_EQ(
+        FindGroup(AsSettingsJson({"groups", "com.example.weather"}), "LOCATION").value("checkedState", ""), "DENY");
 }
 
 }  // namespace

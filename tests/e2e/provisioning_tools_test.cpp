@@ -20,8 +20,9 @@ TEST(ProvisioningToolsTest, BmAtmAndParamChangeTheDevice)
     HostdHarness hostd;
     ASSERT_TRUE(hostd.Start()) << hostd.StartupOutput();
 
-    const ToolResult install = hostd.RunTool("bm", {"install", "-n", "com.e2e.notes", "--system", "-p",
-                                                       "ohos.permission.CAMERA", "-p", "ohos.permission.READ_CONTACTS:granted:user_fixed"});
+    const ToolResult install =
+        hostd.RunTool("bm", {"install", "-n", "com.e2e.notes", "--system", "-p", "ohos.permission.CAMERA", "-p",
+                                "ohos.permission.READ_CONTACTS:granted:user_fixed"});
     ASSERT_EQ(install.exitCode, 0) << install.err;
     EXPECT_THAT(install.out, HasSubstr("install bundle successfully: com.e2e.notes for user 100"));
     auto bundle = hostd.Bundle("com.e2e.notes", 100);
@@ -35,21 +36,23 @@ TEST(ProvisioningToolsTest, BmAtmAndParamChangeTheDevice)
     EXPECT_THAT(installedTwice.err, HasSubstr("bundle 'com.e2e.notes' for user 100 is installed already"));
 
     // Grant with flag words, then revoke by token id; the dump shows what the token holds.
-    ASSERT_EQ(hostd.RunTool("atm", {"perm", "-g", "-b", "com.e2e.notes", "-p", "ohos.permission.CAMERA", "-f",
-                                       "user_set|user_fixed"})
+    ASSERT_EQ(hostd
+                  .RunTool("atm", {"perm", "-g", "-b", "com.e2e.notes", "-p", "ohos.permission.CAMERA", "-f",
+                                      "user_set|user_fixed"})
                   .exitCode,
         0);
     bundle = hostd.Bundle("com.e2e.notes", 100);
     EXPECT_EQ(bundle->permissions[0].grantStatus, 0);
     EXPECT_EQ(bundle->permissions[0].flags, 3U);
-    const ToolResult revoke = hostd.RunTool("atm", {"perm", "-c", "-i", std::to_string(bundle->tokenId), "-p",
-                                                       "ohos.permission.READ_CONTACTS", "-f", "0"});
+    const ToolResult revoke = hostd.RunTool(
+        "atm", {"perm", "-c", "-i", std::to_string(bundle->tokenId), "-p", "ohos.permission.READ_CONTACTS", "-f", "0"});
     EXPECT_EQ(revoke.exitCode, 0) << revoke.err;
     const ToolResult tokenDump = hostd.RunTool("atm", {"dump", "-t", "-b", "com.e2e.notes"});
     EXPECT_THAT(tokenDump.out, HasSubstr("ohos.permission.CAMERA         granted  user_set|user_fixed"));
     EXPECT_THAT(tokenDump.out, HasSubstr("ohos.permission.READ_CONTACTS  denied   0"));
     // The access-token service's refusals come through with their reason.
-    const ToolResult fixed = hostd.RunTool("atm", {"perm", "-c", "-b", "com.ohos.camera", "-p", "ohos.permission.CAMERA"});
+    const ToolResult fixed =
+        hostd.RunTool("atm", {"perm", "-c", "-b", "com.ohos.camera", "-p", "ohos.permission.CAMERA"});
     EXPECT_EQ(fixed.exitCode, 1);
     EXPECT_THAT(fixed.err, HasSubstr("'ohos.permission.CAMERA' is system fixed"));
     const ToolResult notRequested =
@@ -58,7 +61,8 @@ TEST(ProvisioningToolsTest, BmAtmAndParamChangeTheDevice)
     EXPECT_EQ(hostd.RunTool("atm", {"record", "-b", "com.e2e.notes", "-p", "ohos.permission.CAMERA", "--background"})
                   .exitCode,
         0);
-    const ToolResult badRecord = hostd.RunTool("atm", {"record", "-b", "com.e2e.notes", "-p", "ohos.permission.LOCATION"});
+    const ToolResult badRecord =
+        hostd.RunTool("atm", {"record", "-b", "com.e2e.notes", "-p", "ohos.permission.LOCATION"});
     EXPECT_EQ(badRecord.exitCode, 1);
     EXPECT_THAT(badRecord.err, HasSubstr("did not request 'ohos.permission.LOCATION'"));
 
@@ -110,8 +114,8 @@ TEST(ProvisioningToolsTest, HidumperDumpsAsTheDumpToolAndListsTheAbilities)
     const ToolResult dump = hostd.RunTool("hidumper", {"-s", "65993", "-a", "-h  record"});
     EXPECT_EQ(dump.exitCode, 0) << dump.err;
     // Root dumps as the dump tool's uid; the arguments arrive split at spaces.
-    EXPECT_THAT(dump.out, HasSubstr("echo ability dump for uid " + std::to_string(HostdHarness::IsRoot() ? 1212 : getuid()) +
-                                    ", args [-h record]"));
+    EXPECT_THAT(dump.out, HasSubstr("echo ability dump for uid " +
+                                    std::to_string(HostdHarness::IsRoot() ? 1212 : getuid()) + ", args [-h record]"));
     EXPECT_THAT(hostd.RunTool("hidumper", {"-ls"}).out, HasSubstr("65993  running  loads 1"));
 
     const ToolResult nobody = hostd.RunTool("hidumper", {"-s", "4242"});

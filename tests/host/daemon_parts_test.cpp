@@ -19,11 +19,11 @@
 namespace AspTest {
 namespace {
 
-using ::testing::HasSubstr;
 using OHOS::Host::HostPaths;
 using OHOS::Host::Daemon::AbilityHost;
 using OHOS::Host::Daemon::DaemonOptions;
 using OHOS::Host::Daemon::InstanceLock;
+using ::testing::HasSubstr;
 
 // A scratch directory of the test, removed with what it holds.
 class ScratchDir {
@@ -113,7 +113,8 @@ TEST(InstanceLockTest, OneHolderPerDataRootUntilItLetsGo)
     ASSERT_TRUE(first->Acquire(root.Path(), message)) << message;
     InstanceLock second;
     EXPECT_FALSE(second.Acquire(root.Path(), message));
-    EXPECT_THAT(message, HasSubstr("another asp_hostd (pid " + std::to_string(getpid()) + ") is running on the data root"));
+    EXPECT_THAT(
+        message, HasSubstr("another asp_hostd (pid " + std::to_string(getpid()) + ") is running on the data root"));
     first.reset();
     EXPECT_TRUE(second.Acquire(root.Path(), message));
     InstanceLock nowhere;

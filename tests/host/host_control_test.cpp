@@ -19,13 +19,13 @@
 namespace AspTest {
 namespace {
 
-using ::testing::HasSubstr;
 using OHOS::MessageParcel;
 using OHOS::Host::CallerIdentity;
 using OHOS::Host::HostControlCode;
 using OHOS::Host::Daemon::HostControl;
 using OHOS::Host::Transport::ReplyFrame;
 using OHOS::Host::Transport::RequestFrame;
+using ::testing::HasSubstr;
 
 struct Answer {
     int32_t status = -1;  // the reply frame's
