@@ -121,6 +121,12 @@ bool HostDaemon::Start()
             "%{public}s set to %{public}lld", UNLOAD_DELAY_PARAMETER, static_cast<long long>(*options_.unloadDelayMs));
     }
 
+    std::error_code missing;
+    if (options_.abilityLibrary.find('/') != std::string::npos &&
+        !std::filesystem::exists(options_.abilityLibrary, missing)) {
+        HOSTD_LOGW("no ability library at %{public}s: requests for SA %{public}d will fail until it is there",
+            options_.abilityLibrary.c_str(), PRIVACY_ABILITY_ID);
+    }
     abilities_.Bind(PRIVACY_ABILITY_ID, options_.abilityLibrary);
     abilities_.Install();
     Transport::ServerOptions serverOptions;
