@@ -48,8 +48,10 @@ constexpr size_t MAX_BUNDLES_PER_QUERY = 900;
 
 GTokenPolicyManagerService& GTokenPolicyManagerService::GetInstance()
 {
-    static GTokenPolicyManagerService* instance = new GTokenPolicyManagerService();
-    return *instance;
+    // An object, not a leaked pointer: the ability library is unloaded when the service idles, and
+    // its store (with the SQLite connection) must go with it rather than pile up at every reload.
+    static GTokenPolicyManagerService instance;
+    return instance;
 }
 
 void GTokenPolicyManagerService::Init()

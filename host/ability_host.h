@@ -1,0 +1,84 @@
+/*
+ * The abilities the daemon serves from libraries: each ability id is bound to the shared library
+ * whose static initialiser registers it. The system-ability manager calls the loader hook on the
+ * first request for an ability that nothing is registered under (the library is dlopen'ed there),
+ * and the stop hook after the ability's OnStop (the library is dlclose'd there), so that the next
+ * request loads it again.
+ *
+ * A request reaches an ability only through WithAbility, which keeps the library mapped while the
+ * request runs in it: the stop hook waits for requests in flight before the library goes, and a
+ * request that comes while the ability stops waits for the unload, then loads the library again.
+ *
+ * Thread-safe. Install once, before requests come; Shutdown before the process exits.
+ */
+#ifndef HOST_ABILITY_HOST_H
+#define HOST_ABILITY_HOST_H
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <mutex>
+#include <shared_mutex>
+#include <string>
+#include <vector>
+
+#include "host/host_control_records.h"
+#include "iremote_object.h"
+
+namespace OHOS::Host::Daemon {
+
+class AbilityHost {
+public:
+    // Results of WithAbility besides 0.
+    enum : int32_t {
+        NO_SUCH_ABILITY = 1,  // no library is bound to the id
+        NOT_AVAILABLE = 2,    // the library did not load, or the ability did not start
+    };
+
+    AbilityHost() = default;
+    ~AbilityHost();
+    AbilityHost(const AbilityHost&) = delete;
+    AbilityHost& operator=(const AbilityHost&) = delete;
+
+    // Binds an ability id to its library (a path, or a name for the dynamic linker's search).
+    // Before Install only.
+    void Bind(int32_t abilityId, const std::string& libraryPath);
+    // Sets the manager's loader and stop hooks.
+    void Install();
+
+    // Runs `use` with the ability's object on the calling thread, loading and starting the ability
+    // first when it is not running. 0 when `use` ran; NO_SUCH_ABILITY or NOT_AVAILABLE otherwise.
+    int32_t WithAbility(int32_t abilityId, const std::function<void(IRemoteObject& object)>& use);
+
+    bool Serves(int32_t abilityId) const;
+    std::vector<AbilityStatus> Status() const;
+
+    // Asks every running ability to stop and waits for its OnStop (at most `timeout`), and takes
+    // the hooks back. False when a stop did not end in time. The libraries stay mapped: the process
+    // is about to end, and their static objects go with it, in the order the process ends them.
+    bool Shutdown(std::chrono::milliseconds timeout);
+
+private:
+    struct Library {
+        std::string path;
+        void* handle = nullptr;
+        uint32_t loads = 0;
+        uint32_t unloads = 0;
+        std::string lastLoadError;
+    };
+
+    void Load(int32_t abilityId);
+    void Unload(int32_t abilityId);
+
+    // Readers: requests holding an ability's object. Writer: the stop hook unmapping a library.
+    std::shared_mutex gate_;
+    mutable std::mutex mutex_;  // the table below
+    std::map<int32_t, Library> libraries_;
+    bool installed_ = false;
+    bool shuttingDown_ = false;  // guarded by mutex_
+};
+
+}  // namespace OHOS::Host::Daemon
+
+#endif  // HOST_ABILITY_HOST_H

@@ -1,0 +1,64 @@
+#include "host/daemon_options.h"
+
+#include <CLI/CLI.hpp>
+
+#include <map>
+
+#include "host/host_paths.h"
+
+namespace OHOS::Host::Daemon {
+
+std::optional<DaemonOptions> DaemonOptions::Parse(int argc, char** argv, int& exitCode)
+{
+    DaemonOptions options;
+    std::string level = "info";
+    int64_t unloadDelayMs = -1;
+    CLI::App app{
+        "asp_hostd: the device host. It keeps the device's platform state under a data root and serves "
+        "system ability 65993 (loaded on demand) and the host's provisioning requests on a Unix socket."};
+    app.add_option("--data-root", options.dataRoot,
+        "directory of the device's files (default: $ASP_DATA_ROOT, else /tmp/asp-device)");
+    app.add_option("--socket", options.socketPath,
+        "socket to serve (default: $ASP_SOCKET, else <data-root>/" + std::string(HostPaths::SOCKET_NAME) + ")");
+    app.add_option("--profile", options.profilePath,
+        "device profile that seeds a new device (default: profiles/default_device.json of this build or install)");
+    app.add_option("--ability-lib", options.abilityLibrary,
+        "library of ability 65993 (default: " + std::string(HostPaths::ABILITY_LIBRARY_NAME) + " beside asp_hostd)");
+    app.add_option("--threads", options.threads, "IPC threads serving requests")
+        ->default_val(16)
+        ->check(CLI::Range(1, 256));
+    app.add_option("--log-level", level, "lowest level logged: debug, info, warn, error, fatal")
+        ->default_val("info")
+        ->check(CLI::IsMember({"debug", "info", "warn", "error", "fatal", "D", "I", "W", "E", "F"}));
+    app.add_option("--log-file", options.logFile, "append the log to this file instead of stderr");
+    app.add_option("--unload-delay-ms", unloadDelayMs,
+           "idle time after which ability 65993 asks to be unloaded (sets persist.security_privacy.unload_delay_ms)")
+        ->check(CLI::Range(int64_t{0}, int64_t{86400000}));
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        // CLI11 has printed the help or the mistake; a mistake exits 2, as every tool's does.
+        exitCode = app.exit(error) == 0 ? 0 : 2;
+        return std::nullopt;
+    }
+
+    static const std::map<std::string, LogLevel> LEVELS = {{"debug", LOG_DEBUG}, {"D", LOG_DEBUG}, {"info", LOG_INFO},
+        {"I", LOG_INFO}, {"warn", LOG_WARN}, {"W", LOG_WARN}, {"error", LOG_ERROR}, {"E", LOG_ERROR},
+        {"fatal", LOG_FATAL}, {"F", LOG_FATAL}};
+    options.logLevel = LEVELS.at(level);
+    options.dataRoot = HostPaths::DataRoot(options.dataRoot);
+    options.socketPath = HostPaths::SocketPath(options.socketPath, options.dataRoot);
+    if (options.profilePath.empty()) {
+        options.profilePath = HostPaths::DefaultProfile();
+    }
+    if (options.abilityLibrary.empty()) {
+        options.abilityLibrary = HostPaths::DefaultAbilityLibrary();
+    }
+    if (unloadDelayMs >= 0) {
+        options.unloadDelayMs = unloadDelayMs;
+    }
+    exitCode = 0;
+    return options;
+}
+
+}  // namespace OHOS::Host::Daemon

@@ -1,0 +1,35 @@
+/*
+ * asp_hostd's command line.
+ */
+#ifndef HOST_DAEMON_OPTIONS_H
+#define HOST_DAEMON_OPTIONS_H
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "hilog/log.h"
+
+namespace OHOS::Host::Daemon {
+
+struct DaemonOptions {
+    std::string dataRoot;     // resolved: never empty after Parse
+    std::string socketPath;   // resolved
+    std::string profilePath;  // resolved; empty when no default profile was found
+    std::string abilityLibrary;
+    size_t threads = 16;
+    LogLevel logLevel = LOG_INFO;
+    std::string logFile;
+    // The ability's idle delay before it asks to be unloaded (the service's diagnostic parameter);
+    // empty: leave the parameter as the device has it.
+    std::optional<int64_t> unloadDelayMs;
+
+    // The options, with every default resolved; empty when the program should exit at once with
+    // `exitCode` (0 after --help, 2 after a usage error, which has been printed).
+    static std::optional<DaemonOptions> Parse(int argc, char** argv, int& exitCode);
+};
+
+}  // namespace OHOS::Host::Daemon
+
+#endif  // HOST_DAEMON_OPTIONS_H
