@@ -23,7 +23,7 @@ while [ $# -gt 0 ]; do
   case "$1" in
     --time) seconds=$2; runs=""; shift 2 ;;
     --runs) runs=$2; shift 2 ;;
-    --smoke) smoke=1; seconds=${ASP_FUZZ_SMOKE_SECONDS:-40}; runs=""; shift ;;
+    --smoke) smoke=1; seconds=${ASP_FUZZ_SMOKE_SECONDS:-30}; runs=""; shift ;;
     --write-corpus)
       cmake --preset dev >/dev/null
       cmake --build --preset dev --target asp_fuzz_corpus_writer

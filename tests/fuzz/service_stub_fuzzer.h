@@ -11,6 +11,7 @@
 #ifndef TESTS_FUZZ_SERVICE_STUB_FUZZER_H
 #define TESTS_FUZZ_SERVICE_STUB_FUZZER_H
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -52,10 +53,15 @@ inline uint8_t StubCodeSelector(uint32_t code)
 inline std::vector<uint8_t> EncodeStubInput(uint32_t code, uint8_t callerAndFlags, int8_t brokerCode,
     const std::string& brokerAnswer, const std::vector<uint8_t>& parcel)
 {
-    std::vector<uint8_t> input{StubCodeSelector(code), callerAndFlags, static_cast<uint8_t>(brokerCode),
-        static_cast<uint8_t>(brokerAnswer.size() & 0xFFU), static_cast<uint8_t>((brokerAnswer.size() >> 8U) & 0xFFU)};
-    input.insert(input.end(), brokerAnswer.begin(), brokerAnswer.end());
-    input.insert(input.end(), parcel.begin(), parcel.end());
+    constexpr size_t HEADER = 5;
+    std::vector<uint8_t> input(HEADER + brokerAnswer.size() + parcel.size());
+    input[0] = StubCodeSelector(code);
+    input[1] = callerAndFlags;
+    input[2] = static_cast<uint8_t>(brokerCode);
+    input[3] = static_cast<uint8_t>(brokerAnswer.size() & 0xFFU);
+    input[4] = static_cast<uint8_t>((brokerAnswer.size() >> 8U) & 0xFFU);
+    std::copy(brokerAnswer.begin(), brokerAnswer.end(), input.begin() + HEADER);
+    std::copy(parcel.begin(), parcel.end(), input.begin() + HEADER + static_cast<std::ptrdiff_t>(brokerAnswer.size()));
     return input;
 }
 
