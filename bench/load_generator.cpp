@@ -78,6 +78,7 @@ struct Options {
     int seconds = 30;
     std::string socketPath;
     std::string settingsApp = SETTINGS_APP;
+    bool keepDevice = false;
 };
 
 // --- The daemon ---------------------------------------------------------------------------------
@@ -86,6 +87,9 @@ struct Options {
 class PrivateDaemon {
 public:
     ~PrivateDaemon() { Stop(); }
+
+    // Leaves the device directory (the daemon's log, its databases) in place after Stop.
+    void Keep() { keep_ = true; }
 
     bool Start()
     {
@@ -122,17 +126,20 @@ public:
             waitpid(pid_, &status, 0);
             pid_ = -1;
         }
-        if (!root_.empty()) {
+        if (keep_ && !root_.empty()) {
+            std::printf("device kept in %s (the daemon's log is hostd.log)\n", root_.c_str());
+        } else if (!root_.empty()) {
             std::error_code ignored;
             std::filesystem::remove_all(root_, ignored);
-            root_.clear();
         }
+        root_.clear();
     }
 
     const std::string& Socket() const { return socket_; }
 
 private:
     pid_t pid_ = -1;
+    bool keep_ = false;
     std::string root_;
     std::string socket_;
 };
@@ -379,7 +386,8 @@ private:
 };
 
 // Runs the clients for `seconds` after one unrecorded round each (the first request loads the
-// ability). The order of requests is the same for every client, started at a different kind.
+// ability). The order of requests is the same for every client, started at a different kind, so
+// that the clients do not send the same code at the same moment.
 std::vector<Tally> RunLoad(std::vector<std::unique_ptr<Client>>& clients, int seconds)
 {
     std::vector<std::vector<Tally>> perClient(clients.size(), std::vector<Tally>(REQUEST_KINDS));
@@ -391,8 +399,10 @@ std::vector<Tally> RunLoad(std::vector<std::unique_ptr<Client>>& clients, int se
         threads.emplace_back([&, c] {
             std::vector<Tally>& tallies = perClient[c];
             std::string why;
-            for (size_t k = 0; k < REQUEST_KINDS; ++k) {
-                clients[c]->Send(static_cast<Request>(k), why);
+            // One unrecorded turn through every kind, from where the timed run starts: it ends with
+            // the client's policy row added, as the timed run's next request expects.
+            for (size_t turn = c; turn < c + REQUEST_KINDS; ++turn) {
+                clients[c]->Send(static_cast<Request>(turn % REQUEST_KINDS), why);
             }
             warmed.fetch_add(1);
             while (!go.load()) {
@@ -488,6 +498,7 @@ int main(int argc, char** argv)
     app.add_option("--seconds", options.seconds, "length of the measured run")->check(CLI::Range(1, 3600));
     app.add_option("--socket", options.socketPath, "a running asp_hostd (default: start one on a fresh device)");
     app.add_option("--as", options.settingsApp, "the system app (user 100) the clients speak as");
+    app.add_flag("--keep-device", options.keepDevice, "keep the started daemon's device directory and log");
     CLI11_PARSE(app, argc, argv);
     OHOS::HiviewDFX::Host::HiLogHost::SetStderrEnabled(false);
 
@@ -496,6 +507,9 @@ int main(int argc, char** argv)
         return 2;
     }
     PrivateDaemon daemon;
+    if (options.keepDevice) {
+        daemon.Keep();
+    }
     std::string socket = options.socketPath;
     if (socket.empty()) {
         if (!daemon.Start()) {
