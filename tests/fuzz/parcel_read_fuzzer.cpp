@@ -125,6 +125,24 @@ void CheckVector(MessageParcel& parcel, Read read, Write write)
     CheckRead<T>(parcel, read, write, sentinel);
 }
 
+// A string is read only when its terminator is there: the unit after its last one, in the parcel's
+// own bytes, is zero. Leaves the read position where it was.
+template <typename T, typename Read>
+void CheckTerminatedString(MessageParcel& parcel, Read read)
+{
+    const size_t before = parcel.GetReadPosition();
+    T value;
+    if (read(parcel, value)) {
+        const auto* data = reinterpret_cast<const uint8_t*>(parcel.GetData());
+        const size_t terminator = before + WORD + value.size() * sizeof(typename T::value_type);
+        FUZZ_CHECK(terminator + sizeof(typename T::value_type) <= parcel.GetReadPosition());
+        for (size_t i = 0; i < sizeof(typename T::value_type); ++i) {
+            FUZZ_CHECK(data[terminator + i] == 0);
+        }
+    }
+    FUZZ_CHECK(parcel.RewindRead(before));
+}
+
 // The value-returning form either fails without moving (and answers zero) or moves by one item.
 template <typename T, typename Read>
 void CheckValueForm(MessageParcel& parcel, Read read, size_t itemSize)
@@ -323,11 +341,14 @@ void RunOperation(MessageParcel& parcel, uint8_t operationByte, uint8_t argument
                 [](Parcel& p, double v) { return p.WriteDouble(v); });
             break;
         case READ_STRING:
+            CheckTerminatedString<std::string>(parcel, [](Parcel& p, std::string& v) { return p.ReadString(v); });
             CheckScalar<std::string>(
                 parcel, [](Parcel& p, std::string& v) { return p.ReadString(v); },
                 [](Parcel& p, const std::string& v) { return p.WriteString(v); });
             break;
         case READ_STRING16:
+            CheckTerminatedString<std::u16string>(
+                parcel, [](Parcel& p, std::u16string& v) { return p.ReadString16(v); });
             CheckScalar<std::u16string>(
                 parcel, [](Parcel& p, std::u16string& v) { return p.ReadString16(v); },
                 [](Parcel& p, const std::u16string& v) { return p.WriteString16(v); });
