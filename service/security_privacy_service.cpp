@@ -117,6 +117,7 @@ SecurityPrivacyService::~SecurityPrivacyService()
 void SecurityPrivacyService::OnStart(const OHOS::SystemAbilityOnDemandReason& reason)
 {
     LOG_ON_DEMAND_REASON(reason);
+    SetStartState(true);
     LoadUnloadDelays();
     const bool published = Publish(this);
     QZ_LOGI("Publish result: %s", published ? "true" : "false");
@@ -133,6 +134,24 @@ void SecurityPrivacyService::OnStart(const OHOS::SystemAbilityOnDemandReason& re
     if (reason.GetName() == RESTORE_START_EVENT) {
         SubscribeRestoreEvent();
     }
+    SetStartState(false);
+}
+
+void SecurityPrivacyService::SetStartState(bool starting)
+{
+    {
+        std::lock_guard<std::mutex> lock(startMutex_);
+        starting_ = starting;
+    }
+    if (!starting) {
+        startCv_.notify_all();
+    }
+}
+
+void SecurityPrivacyService::WaitWhileStarting()
+{
+    std::unique_lock<std::mutex> lock(startMutex_);
+    startCv_.wait(lock, [this] { return !starting_; });
 }
 
 void SecurityPrivacyService::SubscribeRestoreEvent()
@@ -200,6 +219,7 @@ void SecurityPrivacyService::OnActive(const OHOS::SystemAbilityOnDemandReason& r
 
 void SecurityPrivacyService::WithBinderCall(const std::function<void()>& call)
 {
+    WaitWhileStarting();
     if (!CancelIdle()) {
         QZ_LOGW("CancelIdle failed, continue.");
     }

@@ -2,6 +2,7 @@
 #define SERVICE_SECURITY_PRIVACY_SERVICE_H
 
 #include <atomic>
+#include <condition_variable>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -134,6 +135,8 @@ private:
     ~SecurityPrivacyService() override;
 
     void LoadUnloadDelays();
+    void SetStartState(bool starting);
+    void WaitWhileStarting();
     void SubscribeRestoreEvent();
     void UnsubscribeRestoreEvent();
 
@@ -145,6 +148,12 @@ private:
     // library when the host unloads it after the stop.
     std::mutex subscriberMutex_;
     std::shared_ptr<Migrate::MigrateSubscriber> migrateSubscriber_;
+    // The ability manager serves the service as soon as OnStart has published it, while OnStart
+    // still registers the modules and opens the policy store. A call that arrives in that window
+    // waits until OnStart is done, so that no request sees a half-started service.
+    std::mutex startMutex_;
+    std::condition_variable startCv_;
+    bool starting_ = false;
 };
 
 }  // namespace OHOS::AppSecurityPrivacy::SecurityPrivacyServer

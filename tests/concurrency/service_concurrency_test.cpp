@@ -381,11 +381,9 @@ TEST_F(ServiceConcurrencyTest, ClientsMixingEveryCodeWhileTheServiceUnloadsAndRe
 
 // Found by the test above: OnStart publishes the service before it opens the policy store, and
 // the manager serves a published service while its OnStart goes on, so policy requests of the
-// first start read GTokenPolicyManagerService's store while Init assigns it (a data race that
-// ThreadSanitizer reports) and answer the store's "no store" code. In one process this is the
-// first start only; in asp_hostd the store goes with the ability library, so it is every load.
-// Disabled until the service opens the store before it can be reached, or guards it.
-TEST_F(ServiceConcurrencyTest, DISABLED_PolicyRequestsOfTheFirstStartFindTheStoreOpen)
+// first start read GTokenPolicyManagerService's store while Init assigned it (a data race that
+// ThreadSanitizer reported) and answered the store's "no store" code. Calls now wait for OnStart.
+TEST_F(ServiceConcurrencyTest, PolicyRequestsOfTheFirstStartFindTheStoreOpen)
 {
     Failures failures;
     RunClients(failures);
