@@ -79,7 +79,7 @@ char TypeLetter(LogType type)
 
 // One conversion of the format, with the platform's annotations already taken off.
 struct Conversion {
-    std::string spec;  // "%" flags width precision length conversion, '*' resolved
+    std::string directive;  // "%" flags width precision length conversion, '*' resolved
     std::string length;
     char conversion = '\0';
     bool isPrivate = true;
@@ -100,7 +100,7 @@ bool IsFlag(char c)
 bool AppendArgument(std::string& out, const Conversion& conv, VaArgs& args, bool hide)
 {
     char buffer[512];
-    const char* spec = conv.spec.c_str();
+    const char* directive = conv.directive.c_str();
     const std::string& len = conv.length;
     int n = 0;
     switch (conv.conversion) {
@@ -108,16 +108,16 @@ bool AppendArgument(std::string& out, const Conversion& conv, VaArgs& args, bool
         case 'i': {
             if (len == "l") {
                 long v = va_arg(args.list, long);
-                n = std::snprintf(buffer, sizeof(buffer), spec, v);
+                n = std::snprintf(buffer, sizeof(buffer), directive, v);
             } else if (len == "ll" || len == "q" || len == "j") {
                 long long v = va_arg(args.list, long long);
-                n = std::snprintf(buffer, sizeof(buffer), spec, v);
+                n = std::snprintf(buffer, sizeof(buffer), directive, v);
             } else if (len == "z" || len == "t") {
                 ptrdiff_t v = va_arg(args.list, ptrdiff_t);
-                n = std::snprintf(buffer, sizeof(buffer), spec, v);
+                n = std::snprintf(buffer, sizeof(buffer), directive, v);
             } else {
                 int v = va_arg(args.list, int);
-                n = std::snprintf(buffer, sizeof(buffer), spec, v);
+                n = std::snprintf(buffer, sizeof(buffer), directive, v);
             }
             break;
         }
@@ -127,27 +127,27 @@ bool AppendArgument(std::string& out, const Conversion& conv, VaArgs& args, bool
         case 'X': {
             if (len == "l") {
                 unsigned long v = va_arg(args.list, unsigned long);
-                n = std::snprintf(buffer, sizeof(buffer), spec, v);
+                n = std::snprintf(buffer, sizeof(buffer), directive, v);
             } else if (len == "ll" || len == "q" || len == "j") {
                 unsigned long long v = va_arg(args.list, unsigned long long);
-                n = std::snprintf(buffer, sizeof(buffer), spec, v);
+                n = std::snprintf(buffer, sizeof(buffer), directive, v);
             } else if (len == "z" || len == "t") {
                 size_t v = va_arg(args.list, size_t);
-                n = std::snprintf(buffer, sizeof(buffer), spec, v);
+                n = std::snprintf(buffer, sizeof(buffer), directive, v);
             } else {
                 unsigned v = va_arg(args.list, unsigned);
-                n = std::snprintf(buffer, sizeof(buffer), spec, v);
+                n = std::snprintf(buffer, sizeof(buffer), directive, v);
             }
             break;
         }
         case 'c': {
             int v = va_arg(args.list, int);
-            n = std::snprintf(buffer, sizeof(buffer), spec, v);
+            n = std::snprintf(buffer, sizeof(buffer), directive, v);
             break;
         }
         case 'p': {
             void* v = va_arg(args.list, void*);
-            n = std::snprintf(buffer, sizeof(buffer), spec, v);
+            n = std::snprintf(buffer, sizeof(buffer), directive, v);
             break;
         }
         case 'f':
@@ -160,10 +160,10 @@ bool AppendArgument(std::string& out, const Conversion& conv, VaArgs& args, bool
         case 'A': {
             if (len == "L") {
                 long double v = va_arg(args.list, long double);
-                n = std::snprintf(buffer, sizeof(buffer), spec, v);
+                n = std::snprintf(buffer, sizeof(buffer), directive, v);
             } else {
                 double v = va_arg(args.list, double);
-                n = std::snprintf(buffer, sizeof(buffer), spec, v);
+                n = std::snprintf(buffer, sizeof(buffer), directive, v);
             }
             break;
         }
@@ -177,10 +177,10 @@ bool AppendArgument(std::string& out, const Conversion& conv, VaArgs& args, bool
                 return true;
             }
             // Strings may be longer than the buffer: ask for the size first.
-            int need = std::snprintf(nullptr, 0, spec, v);
+            int need = std::snprintf(nullptr, 0, directive, v);
             if (need > 0) {
                 std::string text(static_cast<size_t>(need) + 1, '\0');
-                std::snprintf(text.data(), text.size(), spec, v);
+                std::snprintf(text.data(), text.size(), directive, v);
                 text.resize(static_cast<size_t>(need));
                 out += text;
             }
@@ -227,25 +227,25 @@ std::string FormatMessage(const char* fmt, va_list list, bool hidePrivate)
         } else if (std::strncmp(p, "{private}", 9) == 0) {
             p += 9;
         }
-        conv.spec = "%";
+        conv.directive = "%";
         while (IsFlag(*p)) {
-            conv.spec += *p++;
+            conv.directive += *p++;
         }
         if (*p == '*') {
-            conv.spec += std::to_string(va_arg(args.list, int));
+            conv.directive += std::to_string(va_arg(args.list, int));
             ++p;
         }
         while (*p >= '0' && *p <= '9') {
-            conv.spec += *p++;
+            conv.directive += *p++;
         }
         if (*p == '.') {
-            conv.spec += *p++;
+            conv.directive += *p++;
             if (*p == '*') {
-                conv.spec += std::to_string(va_arg(args.list, int));
+                conv.directive += std::to_string(va_arg(args.list, int));
                 ++p;
             }
             while (*p >= '0' && *p <= '9') {
-                conv.spec += *p++;
+                conv.directive += *p++;
             }
         }
         while (*p == 'h' || *p == 'l' || *p == 'j' || *p == 'z' || *p == 't' || *p == 'L' || *p == 'q') {
@@ -254,10 +254,10 @@ std::string FormatMessage(const char* fmt, va_list list, bool hidePrivate)
         if (conv.length == "hh" || conv.length == "h") {
             conv.length.clear();  // promoted to int through the ellipsis
         }
-        conv.spec += conv.length;
+        conv.directive += conv.length;
         conv.conversion = *p;
         if (*p != '\0') {
-            conv.spec += *p++;
+            conv.directive += *p++;
         }
         if (!AppendArgument(out, conv, args, hidePrivate && conv.isPrivate)) {
             out.append(start);  // unknown conversion: the rest is printed as it stands
