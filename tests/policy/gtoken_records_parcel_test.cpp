@@ -93,17 +93,6 @@ TEST(GTokenRecordsParcelTest, EveryRecordReadsBackAsWritten)
     EXPECT_EQ(refused->ret, 202);
     EXPECT_TRUE(refused->results.empty());
 
-    // As parcelables inside a larger parcel: a presence word, and the next item follows intact.
-    Parcel parcel;
-    ASSERT_TRUE(parcel.WriteParcelable(&info));
-    ASSERT_TRUE(parcel.WriteParcelable(nullptr));
-    ASSERT_TRUE(parcel.WriteInt32(77));
-    std::unique_ptr<GTokenInfo> first(parcel.ReadParcelable<GTokenInfo>());
-    ASSERT_NE(first, nullptr);
-    EXPECT_EQ(*first, info);
-    EXPECT_EQ(parcel.ReadParcelable<GTokenInfo>(), nullptr);
-    EXPECT_EQ(parcel.ReadInt32(), 77);
-
     // A list of infos, the add request's argument.
     Parcel list;
     const std::vector<GTokenInfo> infos = {info, GTokenInfo(), GTokenInfo("com.b", "", 1, {{"p", 0}})};

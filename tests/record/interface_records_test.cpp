@@ -72,17 +72,6 @@ TEST(PermissionUsageRecordQueryTest, RoundTripsThroughAParcelAndRefusesShortOrLy
     EXPECT_EQ(*read, query);
     EXPECT_EQ(parcel.GetReadableBytes(), 0U);
 
-    // Inside another message, as the interface carries it.
-    OHOS::Parcel nested;
-    ASSERT_TRUE(nested.WriteInt32(5));
-    ASSERT_TRUE(nested.WriteParcelable(&query));
-    ASSERT_TRUE(nested.WriteString("after"));
-    EXPECT_EQ(nested.ReadInt32(), 5);
-    std::unique_ptr<PermissionUsageRecordQuery> inner(nested.ReadParcelable<PermissionUsageRecordQuery>());
-    ASSERT_NE(inner, nullptr);
-    EXPECT_EQ(*inner, query);
-    EXPECT_EQ(nested.ReadString(), "after");
-
     ExpectEveryPrefixRefused<PermissionUsageRecordQuery>(parcel);
 
     // A count far beyond what follows, for each list of the query in turn, is refused without
@@ -113,29 +102,6 @@ TEST(PermissionUsageRecordQueryTest, RoundTripsThroughAParcelAndRefusesShortOrLy
         std::unique_ptr<PermissionUsageRecordQuery>(PermissionUsageRecordQuery::Unmarshalling(longString)), nullptr);
 }
 
-TEST(PermissionUsageRecordQueryTest, TextNamesEveryFieldAndCopiesAreIndependent)
-{
-    const PermissionUsageRecordQuery query = FullQuery();
-    EXPECT_EQ(query.ToString(),
-        "PermissionUsageRecordQuery{userIds=[101], bundleNames=['com.example.cam', ''], "
-        "operationGroups=['CAMERA', 'READ_CALENDAR'], operationModes=[-1], appStates=[1, 2], screenStates=[2], "
-        "beginTimestamp=-9223372036854775808, endTimestamp=1700000000123, limit=42, order=1}");
-    EXPECT_EQ(PermissionUsageRecordQuery().ToString(),
-        "PermissionUsageRecordQuery{userIds=[], bundleNames=[], operationGroups=[], operationModes=[], appStates=[], "
-        "screenStates=[], beginTimestamp=0, endTimestamp=0, limit=0, order=0}");
-
-    PermissionUsageRecordQuery copy = query;
-    copy.SetUserIds({100});
-    copy.SetLimit(3);
-    EXPECT_EQ(query.GetUserIds(), std::vector<int32_t>{101});
-    EXPECT_EQ(query.GetLimit(), 42);
-    EXPECT_NE(copy, query);
-    copy = query;
-    EXPECT_EQ(copy, query);
-    PermissionUsageRecordQuery moved = std::move(copy);
-    EXPECT_EQ(moved, query);
-}
-
 TEST(PermissionUsageRecordTest, RoundTripsThroughAParcelAndRefusesShortData)
 {
     const PermissionUsageRecord record = FullRecord();
@@ -162,21 +128,19 @@ TEST(PermissionUsageRecordTest, RoundTripsThroughAParcelAndRefusesShortData)
     EXPECT_EQ(std::unique_ptr<PermissionUsageRecord>(PermissionUsageRecord::Unmarshalling(lying)), nullptr);
 }
 
-TEST(PermissionUsageRecordTest, TextAndValueSemantics)
+TEST(PermissionUsageRecordTextTest, TextNamesEveryField)
 {
-    const PermissionUsageRecord record = FullRecord();
-    EXPECT_EQ(record.ToString(),
+    EXPECT_EQ(FullQuery().ToString(),
+        "PermissionUsageRecordQuery{userIds=[101], bundleNames=['com.example.cam', ''], "
+        "operationGroups=['CAMERA', 'READ_CALENDAR'], operationModes=[-1], appStates=[1, 2], screenStates=[2], "
+        "beginTimestamp=-9223372036854775808, endTimestamp=1700000000123, limit=42, order=1}");
+    EXPECT_EQ(PermissionUsageRecordQuery().ToString(),
+        "PermissionUsageRecordQuery{userIds=[], bundleNames=[], operationGroups=[], operationModes=[], appStates=[], "
+        "screenStates=[], beginTimestamp=0, endTimestamp=0, limit=0, order=0}");
+    EXPECT_EQ(FullRecord().ToString(),
         "PermissionUsageRecord{bundleName='com.example.cam', uid=20010042, operationGroup='CAMERA-SC', times=7, "
         "operationMode=-1, appState=2, screenState=1, beginTimestamp=1700000000000, "
         "endTimestamp=9223372036854775807}");
-
-    std::vector<PermissionUsageRecord> records(2, record);
-    records[1].SetTimes(1);
-    EXPECT_EQ(records[0], record);
-    PermissionUsageRecord assigned;
-    assigned = records[1];
-    EXPECT_EQ(assigned.GetTimes(), 1);
-    EXPECT_EQ(assigned.GetOperationGroup(), "CAMERA-SC");
 }
 
 }  // namespace

@@ -193,27 +193,6 @@ TEST_F(NativeSummaryTest, StateFiltersChooseThePlatformFlagAndTheLockedScreenWin
     EXPECT_EQ(Sorted(unlocked), Sorted({{"com.example.cam", cam_.uid, "CAMERA", 15, 0, 0, 0, 1000, 2000}}));
 }
 
-TEST_F(NativeSummaryTest, StatesOfOtherFlagsLeaveTheRecordAlone)
-{
-    struct Case {
-        PermissionUsageFlag flag;
-        int32_t appState;
-        int32_t screenState;
-    };
-    for (const auto& c :
-        std::vector<Case>{{FLAG_PERMISSION_USAGE_SUMMARY, 0, 0}, {FLAG_PERMISSION_USAGE_SUMMARY_IN_SCREEN_LOCKED, 0, 2},
-            {FLAG_PERMISSION_USAGE_SUMMARY_IN_APP_BACKGROUND, 2, 1},
-            {FLAG_PERMISSION_USAGE_SUMMARY_IN_APP_FOREGROUND, 1, 1}, {FLAG_PERMISSION_USAGE_DETAIL, 7, 8},
-            {FLAG_PERMISSION_USAGE_SUMMARY_IN_SCREEN_UNLOCKED, 7, 8}, {static_cast<PermissionUsageFlag>(6), 7, 8}}) {
-        PermissionUsageRecord record;
-        record.SetAppState(7);
-        record.SetScreenState(8);
-        NativeManager::SetOperationRecordState(c.flag, record);
-        EXPECT_EQ(record.GetAppState(), c.appState) << "flag " << c.flag;
-        EXPECT_EQ(record.GetScreenState(), c.screenState) << "flag " << c.flag;
-    }
-}
-
 TEST_F(NativeSummaryTest, GroupingSkipsZeroCountsUnknownPermissionsAndOtherModes)
 {
     auto& manager = NativeManager::GetInstance();

