@@ -53,6 +53,41 @@ using namespace AspFuzz;
 
 constexpr uint32_t SA_ID = 65993;
 
+template <typename Dto>
+std::string JsonText(const Dto& dto)
+{
+    nlohmann::json json;
+    to_json(json, dto);
+    return json.dump();
+}
+
+// A container app's camera group and one of its usage records, as the container answers them.
+PermissionDto::AppPermissionGroupDto ContainerCamera(const std::string& bundleName, int32_t uid)
+{
+    PermissionDto::AppPermissionGroupDto camera;
+    camera.bundleName = bundleName;
+    camera.uid = uid;
+    camera.permissionGroup = "CAMERA";
+    camera.checkedState = "ALLOW_ONLY_WHILE_IN_USE";
+    camera.shownStates = {"ALLOW_ONLY_WHILE_IN_USE", "ASK_EACH_TIME", "DENY"};
+    camera.flags = 1;
+    return camera;
+}
+
+RecordDto::RecordDto ContainerRecord(const std::string& bundleName, int32_t uid, int32_t times)
+{
+    RecordDto::RecordDto record;
+    record.bundleName = bundleName;
+    record.uid = uid;
+    record.operationGroup = "CAMERA";
+    record.times = times;
+    record.appState = 1;
+    record.screenState = 1;
+    record.beginTimestamp = 1700000100000;
+    record.endTimestamp = 1700000160000;
+    return record;
+}
+
 class SeedWriter {
 public:
     explicit SeedWriter(fs::path root) : root_(std::move(root)) {}
@@ -69,6 +104,12 @@ public:
     void WriteText(const std::string& target, const std::string& name, const std::string& text)
     {
         Write(target, name, Bytes(text.begin(), text.end()));
+    }
+
+    template <typename Dto>
+    void WriteJson(const std::string& target, const std::string& name, const Dto& dto)
+    {
+        WriteText(target, name, JsonText(dto));
     }
 
     bool Ok() const { return ok_; }
@@ -281,15 +322,7 @@ void WriteParcelSeeds(SeedWriter& out)
 void WriteJsonSeeds(SeedWriter& out)
 {
     const std::string target = "json_records";
-    nlohmann::json json;
-
-    PermissionDto::AppPermissionGroupDto camera;
-    camera.bundleName = "com.example.container.camera";
-    camera.uid = 20010100;
-    camera.permissionGroup = "CAMERA";
-    camera.checkedState = "ALLOW_ONLY_WHILE_IN_USE";
-    camera.shownStates = {"ALLOW_ONLY_WHILE_IN_USE", "ASK_EACH_TIME", "DENY"};
-    camera.flags = 1;
+    const PermissionDto::AppPermissionGroupDto camera = ContainerCamera("com.example.container.camera", 20010100);
     PermissionDto::AppPermissionGroupDto location = camera;
     location.permissionGroup = "LOCATION";
     location.checkedState = "DENY";
@@ -298,41 +331,24 @@ void WriteJsonSeeds(SeedWriter& out)
     location.disabledReason = "POLICY_OR_SYSTEM_FIXED";
     PermissionDto::AppPermissionGroupsResultDto groups;
     groups.groups = {camera, location};
-    to_json(json, groups);
-    out.WriteText(target, "groups_answer", json.dump());
-    to_json(json, camera);
-    out.WriteText(target, "group", json.dump());
-
-    PermissionDto::CheckedStateCommandDto command{"com.example.container.camera", 20010100, "CAMERA", "DENY", 3, 1};
-    to_json(json, command);
-    out.WriteText(target, "checked_state_command", json.dump());
+    out.WriteJson(target, "groups_answer", groups);
+    out.WriteJson(target, "group", camera);
+    out.WriteJson(target, "checked_state_command",
+        PermissionDto::CheckedStateCommandDto{"com.example.container.camera", 20010100, "CAMERA", "DENY", 3, 1});
     PermissionDto::CheckedStateResultDto result;
     result.success = true;
-    to_json(json, result);
-    out.WriteText(target, "checked_state_answer", json.dump());
+    out.WriteJson(target, "checked_state_answer", result);
+    out.WriteJson(target, "groups_by_app_question",
+        PermissionDto::GroupsByAppQueryDto{"com.example.container.camera", 100, {"LOCATION", "CAMERA"}});
+    out.WriteJson(target, "groups_by_permission_question",
+        PermissionDto::GroupsByPermissionQueryDto{"CAMERA", 100, {"com.example.a", "com.example.b"}});
 
-    PermissionDto::GroupsByAppQueryDto byApp{"com.example.container.camera", 100, {"LOCATION", "CAMERA"}};
-    to_json(json, byApp);
-    out.WriteText(target, "groups_by_app_question", json.dump());
-    PermissionDto::GroupsByPermissionQueryDto byPermission{"CAMERA", 100, {"com.example.a", "com.example.b"}};
-    to_json(json, byPermission);
-    out.WriteText(target, "groups_by_permission_question", json.dump());
-
-    RecordDto::RecordDto record;
-    record.bundleName = "com.example.container.camera";
-    record.uid = 20010100;
-    record.operationGroup = "CAMERA";
-    record.times = 2;
-    record.appState = 1;
-    record.screenState = 1;
-    record.beginTimestamp = 1700000100000;
-    record.endTimestamp = 1700000160000;
+    const RecordDto::RecordDto record = ContainerRecord("com.example.container.camera", 20010100, 2);
     RecordDto::RecordResult records;
     records.records = {record, record};
     records.records[1].operationGroup = "LOCATION";
     records.records[1].operationMode = 1;
-    to_json(json, records);
-    out.WriteText(target, "records_answer", json.dump());
+    out.WriteJson(target, "records_answer", records);
     RecordDto::RecordQueryDto question;
     question.bundleNames = {"com.example.container.camera"};
     question.userId = 100;
@@ -342,8 +358,7 @@ void WriteJsonSeeds(SeedWriter& out)
     question.screenStates = {1, 2};
     question.beginTimestamp = 1700000000000;
     question.endTimestamp = 1700086400000;
-    to_json(json, question);
-    out.WriteText(target, "records_question", json.dump());
+    out.WriteJson(target, "records_question", question);
 
     // What a container that speaks another version, or garbles its answer, might send.
     out.WriteText(target, "mistyped_group",
@@ -461,36 +476,16 @@ private:
 
 std::string ContainerGroupsAnswer()
 {
-    PermissionDto::AppPermissionGroupDto camera;
-    camera.bundleName = "com.example.container.chat";
-    camera.uid = 20010006;
-    camera.permissionGroup = "CAMERA";
-    camera.checkedState = "ALLOW_ONLY_WHILE_IN_USE";
-    camera.shownStates = {"ALLOW_ONLY_WHILE_IN_USE", "ASK_EACH_TIME", "DENY"};
-    camera.flags = 1;
     PermissionDto::AppPermissionGroupsResultDto groups;
-    groups.groups = {camera};
-    nlohmann::json json;
-    to_json(json, groups);
-    return json.dump();
+    groups.groups = {ContainerCamera("com.example.container.chat", 20010006)};
+    return JsonText(groups);
 }
 
 std::string ContainerRecordsAnswer()
 {
-    RecordDto::RecordDto record;
-    record.bundleName = "com.example.container.chat";
-    record.uid = 20010006;
-    record.operationGroup = "CAMERA";
-    record.times = 4;
-    record.appState = 1;
-    record.screenState = 1;
-    record.beginTimestamp = 1700000100000;
-    record.endTimestamp = 1700000160000;
     RecordDto::RecordResult result;
-    result.records = {record};
-    nlohmann::json json;
-    to_json(json, result);
-    return json.dump();
+    result.records = {ContainerRecord("com.example.container.chat", 20010006, 4)};
+    return JsonText(result);
 }
 
 void WriteStubSeeds(SeedWriter& out)
