@@ -105,7 +105,28 @@ protected:
         // The service asks to be unloaded a millisecond after every call.
         Service::SetUnloadDelaysForTest(Service::UnloadDelays{1, 1});
         ASSERT_TRUE(OHOS::SystemAbility::MakeAndRegisterAbility(&Service::GetInstance()));
-        InstallDevice();
+        const std::vector<std::string> all = {Service::PERMISSION_GET_SENSITIVE_PERMISSIONS,
+            Service::PERMISSION_GRANT_SENSITIVE_PERMISSIONS, Service::PERMISSION_REVOKE_SENSITIVE_PERMISSIONS,
+            Service::PERMISSION_PERMISSION_USED_STATS, Service::PERMISSION_READ_GTOKEN_POLICY,
+            Service::PERMISSION_WRITE_GTOKEN_POLICY};
+        const auto settings = Install("com.example.settings", true, all);
+        settings_ = CallerIdentity::Of(7000, static_cast<uid_t>(settings.uid), settings.fullTokenId);
+        const auto thirdParty = Install("com.example.thirdparty", false, all);
+        thirdParty_ = CallerIdentity::Of(7001, static_cast<uid_t>(thirdParty.uid), thirdParty.fullTokenId);
+
+        Install(CONTAINER_APP, false, {CAMERA}, "1");
+        for (int client = 0; client < CLIENTS; ++client) {
+            const auto camera = Install("com.example.camera" + std::to_string(client), false, {CAMERA});
+            apps_.push_back(ClientApp{camera.bundleName, camera.uid, true});
+            for (int i = 0; i < 20; ++i) {
+                OHOS::Security::AccessToken::Host::UsageRecord record;
+                record.tokenId = camera.tokenId;
+                record.permissionName = CAMERA;
+                record.timestamp = 1700000000000LL + i * 60000LL;
+                record.successCount = 1;
+                OHOS::Security::AccessToken::Host::PrivacyRecordService::GetInstance().AddRecord(record);
+            }
+        }
     }
 
     void TearDown() override
@@ -147,41 +168,12 @@ protected:
         return installed;
     }
 
-    void InstallDevice()
-    {
-        const std::vector<std::string> all = {Service::PERMISSION_GET_SENSITIVE_PERMISSIONS,
-            Service::PERMISSION_GRANT_SENSITIVE_PERMISSIONS, Service::PERMISSION_REVOKE_SENSITIVE_PERMISSIONS,
-            Service::PERMISSION_PERMISSION_USED_STATS, Service::PERMISSION_READ_GTOKEN_POLICY,
-            Service::PERMISSION_WRITE_GTOKEN_POLICY};
-        const auto settings = Install("com.example.settings", true, all);
-        settings_ = CallerIdentity::Of(7000, static_cast<uid_t>(settings.uid), settings.fullTokenId);
-        const auto thirdParty = Install("com.example.thirdparty", false, all);
-        thirdParty_ = CallerIdentity::Of(7001, static_cast<uid_t>(thirdParty.uid), thirdParty.fullTokenId);
-
-        Install(CONTAINER_APP, false, {CAMERA}, "1");
-        for (int client = 0; client < CLIENTS; ++client) {
-            const auto camera = Install("com.example.camera" + std::to_string(client), false, {CAMERA});
-            apps_.push_back(ClientApp{camera.bundleName, camera.uid, true});
-            for (int i = 0; i < 20; ++i) {
-                OHOS::Security::AccessToken::Host::UsageRecord record;
-                record.tokenId = camera.tokenId;
-                record.permissionName = CAMERA;
-                record.timestamp = 1700000000000LL + i * 60000LL;
-                record.successCount = 1;
-                OHOS::Security::AccessToken::Host::PrivacyRecordService::GetInstance().AddRecord(record);
-            }
-        }
-    }
-
     // The service as a client reaches it now: through the manager (which starts it when it is
     // stopped, and waits while it stops), under `caller`.
     static OHOS::sptr<OHOS::IRemoteObject> Reach(const CallerIdentity& caller)
     {
-        OHOS::sptr<OHOS::IRemoteObject> object = SystemAbilityManager::GetInstance().GetSystemAbility(Service::SA_ID);
-        if (object == nullptr) {
-            return nullptr;
-        }
-        return OHOS::sptr<OHOS::IRemoteObject>(new OHOS::Host::InProcessRemoteObject(object, caller));
+        const auto object = SystemAbilityManager::GetInstance().GetSystemAbility(Service::SA_ID);
+        return object == nullptr ? nullptr : new OHOS::Host::InProcessRemoteObject(object, caller);
     }
 
     // One request of the mix, chosen by `step`; a wrong answer is kept for the report.
