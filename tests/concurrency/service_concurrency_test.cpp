@@ -15,7 +15,6 @@
 #include <chrono>
 #include <cstdint>
 #include <filesystem>
-#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -87,25 +86,6 @@ private:
     std::atomic<int> sent_{0};
 };
 
-// What went wrong in any client, reported once the threads are joined.
-class Failures {
-public:
-    void Add(std::string what)
-    {
-        std::lock_guard<std::mutex> lock(mutex_);
-        failures_.push_back(std::move(what));
-    }
-    std::vector<std::string> Take()
-    {
-        std::lock_guard<std::mutex> lock(mutex_);
-        return std::move(failures_);
-    }
-
-private:
-    std::mutex mutex_;
-    std::vector<std::string> failures_;
-};
-
 class ServiceConcurrencyTest : public testing::Test {
 protected:
     // The app a client changes and asks about, and what the client last made of its camera group.
@@ -125,7 +105,28 @@ protected:
         // The service asks to be unloaded a millisecond after every call.
         Service::SetUnloadDelaysForTest(Service::UnloadDelays{1, 1});
         ASSERT_TRUE(OHOS::SystemAbility::MakeAndRegisterAbility(&Service::GetInstance()));
-        InstallDevice();
+        const std::vector<std::string> all = {Service::PERMISSION_GET_SENSITIVE_PERMISSIONS,
+            Service::PERMISSION_GRANT_SENSITIVE_PERMISSIONS, Service::PERMISSION_REVOKE_SENSITIVE_PERMISSIONS,
+            Service::PERMISSION_PERMISSION_USED_STATS, Service::PERMISSION_READ_GTOKEN_POLICY,
+            Service::PERMISSION_WRITE_GTOKEN_POLICY};
+        const auto settings = Install("com.example.settings", true, all);
+        settings_ = CallerIdentity::Of(7000, static_cast<uid_t>(settings.uid), settings.fullTokenId);
+        const auto thirdParty = Install("com.example.thirdparty", false, all);
+        thirdParty_ = CallerIdentity::Of(7001, static_cast<uid_t>(thirdParty.uid), thirdParty.fullTokenId);
+
+        Install(CONTAINER_APP, false, {CAMERA}, "1");
+        for (int client = 0; client < CLIENTS; ++client) {
+            const auto camera = Install("com.example.camera" + std::to_string(client), false, {CAMERA});
+            apps_.push_back(ClientApp{camera.bundleName, camera.uid, true});
+            for (int i = 0; i < 20; ++i) {
+                OHOS::Security::AccessToken::Host::UsageRecord record;
+                record.tokenId = camera.tokenId;
+                record.permissionName = CAMERA;
+                record.timestamp = 1700000000000LL + i * 60000LL;
+                record.successCount = 1;
+                OHOS::Security::AccessToken::Host::PrivacyRecordService::GetInstance().AddRecord(record);
+            }
+        }
     }
 
     void TearDown() override
@@ -167,79 +168,62 @@ protected:
         return installed;
     }
 
-    void InstallDevice()
-    {
-        const std::vector<std::string> all = {Service::PERMISSION_GET_SENSITIVE_PERMISSIONS,
-            Service::PERMISSION_GRANT_SENSITIVE_PERMISSIONS, Service::PERMISSION_REVOKE_SENSITIVE_PERMISSIONS,
-            Service::PERMISSION_PERMISSION_USED_STATS, Service::PERMISSION_READ_GTOKEN_POLICY,
-            Service::PERMISSION_WRITE_GTOKEN_POLICY};
-        const auto settings = Install("com.example.settings", true, all);
-        settings_ = CallerIdentity::Of(7000, static_cast<uid_t>(settings.uid), settings.fullTokenId);
-        const auto thirdParty = Install("com.example.thirdparty", false, all);
-        thirdParty_ = CallerIdentity::Of(7001, static_cast<uid_t>(thirdParty.uid), thirdParty.fullTokenId);
-
-        Install(CONTAINER_APP, false, {CAMERA}, "1");
-        for (int client = 0; client < CLIENTS; ++client) {
-            const auto camera = Install("com.example.camera" + std::to_string(client), false, {CAMERA});
-            apps_.push_back(ClientApp{camera.bundleName, camera.uid, true});
-            for (int i = 0; i < 20; ++i) {
-                OHOS::Security::AccessToken::Host::UsageRecord record;
-                record.tokenId = camera.tokenId;
-                record.permissionName = CAMERA;
-                record.timestamp = 1700000000000LL + i * 60000LL;
-                record.successCount = 1;
-                OHOS::Security::AccessToken::Host::PrivacyRecordService::GetInstance().AddRecord(record);
-            }
-        }
-    }
-
     // The service as a client reaches it now: through the manager (which starts it when it is
     // stopped, and waits while it stops), under `caller`.
     static OHOS::sptr<OHOS::IRemoteObject> Reach(const CallerIdentity& caller)
     {
-        OHOS::sptr<OHOS::IRemoteObject> object = SystemAbilityManager::GetInstance().GetSystemAbility(Service::SA_ID);
-        if (object == nullptr) {
-            return nullptr;
-        }
-        return OHOS::sptr<OHOS::IRemoteObject>(new OHOS::Host::InProcessRemoteObject(object, caller));
+        const auto object = SystemAbilityManager::GetInstance().GetSystemAbility(Service::SA_ID);
+        return object == nullptr ? nullptr : new OHOS::Host::InProcessRemoteObject(object, caller);
     }
 
-    // One request of the mix, chosen by `step`; a wrong answer is added to the failures.
-    void RunStep(int client, int step, ClientApp& app, Failures& failures);
-    int RunClients(Failures& failures);
+    // One request of the mix, chosen by `step`; a wrong answer is kept for the report.
+    void RunStep(int client, int step, ClientApp& app);
+    // Answers the number of unloads the manager accepted while the clients ran.
+    int RunClients();
+    void ReportFailures()
+    {
+        for (const auto& failure : failures_) {
+            ADD_FAILURE() << failure;
+        }
+    }
 
     std::shared_ptr<ContainerBroker> broker_ = std::make_shared<ContainerBroker>();
     std::string dataRoot_;
     CallerIdentity settings_;
     CallerIdentity thirdParty_;
     std::vector<ClientApp> apps_;  // one per client
+    std::mutex failuresMutex_;
+    std::vector<std::string> failures_;
 };
 
-void ServiceConcurrencyTest::RunStep(int client, int step, ClientApp& app, Failures& failures)
+void ServiceConcurrencyTest::RunStep(int client, int step, ClientApp& app)
 {
     const std::string where = "client " + std::to_string(client) + " step " + std::to_string(step) + ": ";
+    auto expect = [&](bool ok, const std::string& what) {
+        if (!ok) {
+            std::lock_guard<std::mutex> lock(failuresMutex_);
+            failures_.push_back(where + what);
+        }
+    };
     const bool privileged = (step / 11) % 4 != 3;  // every fourth round comes from a third-party app
     const auto remote = Reach(privileged ? settings_ : thirdParty_);
     if (remote == nullptr) {
-        failures.Add(where + "the manager did not give the service");
-        return;
+        return expect(false, "the manager did not give the service");
     }
     const auto proxy = OHOS::iface_cast<Srv::SecurityPrivacyServiceIntf>(remote);
     const std::string gameBundle = "com.example.game" + std::to_string(client);
+    const int32_t refusedOr1 = privileged ? 1 : 202;
     std::vector<Srv::Record::PermissionUsageRecord> records;
     switch (step % 11) {
         case 0: {
             const auto infos = proxy->GetAppPermissionGroupInfosByApp(app.bundleName, USER, {"CAMERA"});
-            if (privileged ? (infos.size() != 1 || infos[0].permissionGroup != "CAMERA") : !infos.empty()) {
-                failures.Add(where + "groups of the camera app: " + std::to_string(infos.size()) + " infos");
-            }
+            expect(privileged ? (infos.size() == 1 && infos[0].permissionGroup == "CAMERA") : infos.empty(),
+                "groups of the camera app: " + std::to_string(infos.size()) + " infos");
             break;
         }
         case 1: {
             const auto infos = proxy->GetAppPermissionGroupInfosByPermission("CAMERA", USER, {app.bundleName});
-            if (infos.size() != (privileged ? 1U : 0U)) {
-                failures.Add(where + "camera group of one app: " + std::to_string(infos.size()) + " infos");
-            }
+            expect(infos.size() == (privileged ? 1U : 0U), "camera group of one app: " + std::to_string(infos.size()));
             break;
         }
         case 2: {
@@ -249,9 +233,7 @@ void ServiceConcurrencyTest::RunStep(int client, int step, ClientApp& app, Failu
             const char* state = app.cameraAllowed ? "DENY" : "ALLOW";
             const bool applied = proxy->SetAppPermissionGroupCheckedState(
                 app.bundleName, app.uid, "CAMERA", Srv::Permission::CheckedStateParameter(state, 0, 0));
-            if (applied != privileged) {
-                failures.Add(where + std::string("set ") + state + (applied ? " applied" : " refused"));
-            }
+            expect(applied == privileged, std::string("set ") + state + (applied ? " applied" : " refused"));
             app.cameraAllowed = applied ? !app.cameraAllowed : app.cameraAllowed;
             break;
         }
@@ -264,39 +246,30 @@ void ServiceConcurrencyTest::RunStep(int client, int step, ClientApp& app, Failu
             query.SetEndTimestamp(INT64_MAX);
             const int32_t ret = step % 11 == 3 ? proxy->GetPermissionUsageSummary(query, records)
                                                : proxy->GetPermissionUsageTimeline(query, records);
-            if (privileged ? (ret != 0 || records.empty()) : (ret != 202 || !records.empty())) {
-                failures.Add(where + "usage: ret=" + std::to_string(ret) + ", " + std::to_string(records.size()));
-            }
+            expect(privileged ? (ret == 0 && !records.empty()) : (ret == 202 && records.empty()),
+                "usage: ret=" + std::to_string(ret) + ", " + std::to_string(records.size()));
             break;
         }
         case 5: {
             const int32_t ret = proxy->GTokenPolicyAddPolicy({Srv::GTokenInfo(gameBundle, "fp", 1, {{"ads", 1}})});
-            if (ret != (privileged ? 1 : 202)) {
-                failures.Add(where + "add policy: " + std::to_string(ret));
-            }
+            expect(ret == refusedOr1, "add policy: " + std::to_string(ret));
             break;
         }
         case 6: {
-            const auto result = proxy->GTokenPolicyGetPolicy("ads", {gameBundle});
             // This client's own row, added by its step 5 and removed by its step 7.
-            if (privileged ? (result.ret != 0 || result.results.size() != 1) : result.ret != 202) {
-                failures.Add(where + "get policy: ret=" + std::to_string(result.ret) + ", " +
-                             std::to_string(result.results.size()) + " rows");
-            }
+            const auto result = proxy->GTokenPolicyGetPolicy("ads", {gameBundle});
+            expect(privileged ? (result.ret == 0 && result.results.size() == 1) : result.ret == 202,
+                "get policy: ret=" + std::to_string(result.ret) + ", " + std::to_string(result.results.size()));
             break;
         }
         case 7: {
             const int32_t ret = proxy->GTokenPolicyRemovePolicy({gameBundle});
-            if (ret != (privileged ? 1 : 202)) {
-                failures.Add(where + "remove policy: " + std::to_string(ret));
-            }
+            expect(ret == refusedOr1, "remove policy: " + std::to_string(ret));
             break;
         }
         case 8: {
             const auto infos = proxy->GetAppPermissionGroupInfosByApp(CONTAINER_APP, USER, {"CAMERA"});
-            if (infos.size() != (privileged ? 1U : 0U)) {
-                failures.Add(where + "groups of the container app: " + std::to_string(infos.size()) + " infos");
-            }
+            expect(infos.size() == (privileged ? 1U : 0U), "container groups: " + std::to_string(infos.size()));
             break;
         }
         case 9: {
@@ -305,26 +278,21 @@ void ServiceConcurrencyTest::RunStep(int client, int step, ClientApp& app, Failu
             OHOS::MessageOption option;
             data.WriteInterfaceToken(Srv::SecurityPrivacyServiceIntf::GetDescriptor());
             const int result = remote->SendRequest(14, data, reply, option);
-            if (result != OHOS::IPC_STUB_UNKNOW_TRANS_ERR) {
-                failures.Add(where + "unknown code: " + std::to_string(result));
-            }
+            expect(result == OHOS::IPC_STUB_UNKNOW_TRANS_ERR, "unknown code: " + std::to_string(result));
             break;
         }
         default: {
             const int fd = open("/dev/null", O_WRONLY | O_CLOEXEC);
             const int result = remote->Dump(fd, {u"record"});
             close(fd);
-            if (result != 0) {
-                failures.Add(where + "dump: " + std::to_string(result));
-            }
+            expect(result == 0, "dump: " + std::to_string(result));
             break;
         }
     }
 }
 
-// The clients against the service, with another thread asking the manager to unload it every few
-// milliseconds until they are done. Answers the number of unloads the manager accepted.
-int ServiceConcurrencyTest::RunClients(Failures& failures)
+// Another thread asks the manager to unload the service every few milliseconds while the clients run.
+int ServiceConcurrencyTest::RunClients()
 {
     std::atomic<int> clientsRunning{CLIENTS};
     std::atomic<int> unloadsAccepted{0};
@@ -340,7 +308,7 @@ int ServiceConcurrencyTest::RunClients(Failures& failures)
     for (int client = 0; client < CLIENTS; ++client) {
         clients.emplace_back([&, client] {
             for (int step = 0; step < REQUESTS_PER_CLIENT; ++step) {
-                RunStep(client, step, apps_[client], failures);
+                RunStep(client, step, apps_[client]);
             }
             clientsRunning.fetch_sub(1);
         });
@@ -362,12 +330,8 @@ TEST_F(ServiceConcurrencyTest, ClientsMixingEveryCodeWhileTheServiceUnloadsAndRe
         ASSERT_EQ(SystemAbilityManager::GetInstance().UnloadSystemAbility(Service::SA_ID), 0);
         ASSERT_TRUE(SystemAbilityManager::GetInstance().WaitForUnloads(10s));
     }
-    Failures failures;
-    const int unloads = RunClients(failures);
-
-    for (const auto& failure : failures.Take()) {
-        ADD_FAILURE() << failure;
-    }
+    const int unloads = RunClients();
+    ReportFailures();
     // The service went away and came back under the clients, more than once.
     EXPECT_GE(unloads, 3);
     EXPECT_GT(broker_->Sent(), 0);
@@ -385,11 +349,8 @@ TEST_F(ServiceConcurrencyTest, ClientsMixingEveryCodeWhileTheServiceUnloadsAndRe
 // ThreadSanitizer reported) and answered the store's "no store" code. Calls now wait for OnStart.
 TEST_F(ServiceConcurrencyTest, PolicyRequestsOfTheFirstStartFindTheStoreOpen)
 {
-    Failures failures;
-    RunClients(failures);
-    for (const auto& failure : failures.Take()) {
-        ADD_FAILURE() << failure;
-    }
+    RunClients();
+    ReportFailures();
 }
 
 }  // namespace

@@ -53,6 +53,41 @@ using namespace AspFuzz;
 
 constexpr uint32_t SA_ID = 65993;
 
+template <typename Dto>
+std::string JsonText(const Dto& dto)
+{
+    nlohmann::json json;
+    to_json(json, dto);
+    return json.dump();
+}
+
+// A container app's camera group and one of its usage records, as the container answers them.
+PermissionDto::AppPermissionGroupDto ContainerCamera(const std::string& bundleName, int32_t uid)
+{
+    PermissionDto::AppPermissionGroupDto camera;
+    camera.bundleName = bundleName;
+    camera.uid = uid;
+    camera.permissionGroup = "CAMERA";
+    camera.checkedState = "ALLOW_ONLY_WHILE_IN_USE";
+    camera.shownStates = {"ALLOW_ONLY_WHILE_IN_USE", "ASK_EACH_TIME", "DENY"};
+    camera.flags = 1;
+    return camera;
+}
+
+RecordDto::RecordDto ContainerRecord(const std::string& bundleName, int32_t uid, int32_t times)
+{
+    RecordDto::RecordDto record;
+    record.bundleName = bundleName;
+    record.uid = uid;
+    record.operationGroup = "CAMERA";
+    record.times = times;
+    record.appState = 1;
+    record.screenState = 1;
+    record.beginTimestamp = 1700000100000;
+    record.endTimestamp = 1700000160000;
+    return record;
+}
+
 class SeedWriter {
 public:
     explicit SeedWriter(fs::path root) : root_(std::move(root)) {}
@@ -69,6 +104,12 @@ public:
     void WriteText(const std::string& target, const std::string& name, const std::string& text)
     {
         Write(target, name, Bytes(text.begin(), text.end()));
+    }
+
+    template <typename Dto>
+    void WriteJson(const std::string& target, const std::string& name, const Dto& dto)
+    {
+        WriteText(target, name, JsonText(dto));
     }
 
     bool Ok() const { return ok_; }
@@ -155,124 +196,120 @@ std::vector<Srv::GTokenInfo> GTokenInfos()
 
 // --- parcel_read: an operation script, then the parcel --------------------------------------
 
-Bytes Script(const std::vector<std::pair<ParcelOperation, uint8_t>>& operations, const OHOS::Parcel& parcel)
-{
-    Bytes input{static_cast<uint8_t>(operations.size())};
-    for (const auto& [operation, argument] : operations) {
-        input.push_back(operation);
-        input.push_back(argument);
+// Each value goes into the parcel with the operation that reads it back.
+class ParcelSeed {
+public:
+    OHOS::MessageParcel& Then(ParcelOperation operation, uint8_t argument = 0)
+    {
+        script_.push_back(operation);
+        script_.push_back(argument);
+        return parcel_;
     }
-    const Bytes bytes = BytesOf(parcel);
-    input.insert(input.end(), bytes.begin(), bytes.end());
-    return input;
-}
+
+    Bytes Input() const
+    {
+        Bytes input{static_cast<uint8_t>(script_.size() / 2)};
+        input.insert(input.end(), script_.begin(), script_.end());
+        const Bytes bytes = BytesOf(parcel_);
+        input.insert(input.end(), bytes.begin(), bytes.end());
+        return input;
+    }
+
+private:
+    Bytes script_;
+    OHOS::MessageParcel parcel_;
+};
 
 void WriteParcelSeeds(SeedWriter& out)
 {
     const std::string target = "parcel_read";
     {
-        OHOS::MessageParcel parcel;
-        parcel.WriteBool(true);
-        parcel.WriteInt8(-7);
-        parcel.WriteInt16(-300);
-        parcel.WriteInt32(-7788);
-        parcel.WriteInt64(1700000000000);
-        parcel.WriteUint8(200);
-        parcel.WriteUint16(60000);
-        parcel.WriteUint32(65993);
-        parcel.WriteUint64(0x100000000ULL);
-        parcel.WriteFloat(1.5F);
-        parcel.WriteDouble(-2.25);
-        parcel.WriteString("com.example.camera");
-        parcel.WriteString16(u"OHOS.AppSecurityPrivacy");
-        out.Write(target, "scalars_and_strings",
-            Script({{READ_BOOL, 0}, {READ_INT8, 0}, {READ_INT16, 0}, {READ_INT32, 0}, {READ_INT64, 0}, {READ_UINT8, 0},
-                       {READ_UINT16, 0}, {READ_UINT32, 0}, {READ_UINT64, 0}, {READ_FLOAT, 0}, {READ_DOUBLE, 0},
-                       {READ_STRING, 0}, {READ_STRING16, 0}},
-                parcel));
+        ParcelSeed seed;
+        seed.Then(READ_BOOL).WriteBool(true);
+        seed.Then(READ_INT8).WriteInt8(-7);
+        seed.Then(READ_INT16).WriteInt16(-300);
+        seed.Then(READ_INT32).WriteInt32(-7788);
+        seed.Then(READ_INT64).WriteInt64(1700000000000);
+        seed.Then(READ_UINT8).WriteUint8(200);
+        seed.Then(READ_UINT16).WriteUint16(60000);
+        seed.Then(READ_UINT32).WriteUint32(65993);
+        seed.Then(READ_UINT64).WriteUint64(0x100000000ULL);
+        seed.Then(READ_FLOAT).WriteFloat(1.5F);
+        seed.Then(READ_DOUBLE).WriteDouble(-2.25);
+        seed.Then(READ_STRING).WriteString("com.example.camera");
+        seed.Then(READ_STRING16).WriteString16(u"OHOS.AppSecurityPrivacy");
+        out.Write(target, "scalars_and_strings", seed.Input());
     }
     {
-        OHOS::MessageParcel parcel;
-        parcel.WriteBoolVector({true, false, true});
-        parcel.WriteInt8Vector({1, -2, 3, -4, 5});
-        parcel.WriteInt16Vector({-1, 2});
-        parcel.WriteInt32Vector({100, 101});
-        parcel.WriteInt64Vector({1, -1});
-        parcel.WriteUInt8Vector({0xAA, 0xBB, 0xCC});
-        parcel.WriteUInt16Vector({7});
-        parcel.WriteUInt32Vector({1, 2, 3});
-        parcel.WriteUInt64Vector({42});
-        parcel.WriteFloatVector({0.5F});
-        parcel.WriteDoubleVector({0.25, 4.0});
-        parcel.WriteStringVector({"CAMERA", "LOCATION", ""});
-        parcel.WriteString16Vector({u"a", u""});
-        out.Write(target, "vectors",
-            Script({{READ_BOOL_VECTOR, 0}, {READ_INT8_VECTOR, 0}, {READ_INT16_VECTOR, 0}, {READ_INT32_VECTOR, 0},
-                       {READ_INT64_VECTOR, 0}, {READ_UINT8_VECTOR, 0}, {READ_UINT16_VECTOR, 0}, {READ_UINT32_VECTOR, 0},
-                       {READ_UINT64_VECTOR, 0}, {READ_FLOAT_VECTOR, 0}, {READ_DOUBLE_VECTOR, 0},
-                       {READ_STRING_VECTOR, 0}, {READ_STRING16_VECTOR, 0}},
-                parcel));
+        ParcelSeed seed;
+        seed.Then(READ_BOOL_VECTOR).WriteBoolVector({true, false, true});
+        seed.Then(READ_INT8_VECTOR).WriteInt8Vector({1, -2, 3, -4, 5});
+        seed.Then(READ_INT16_VECTOR).WriteInt16Vector({-1, 2});
+        seed.Then(READ_INT32_VECTOR).WriteInt32Vector({100, 101});
+        seed.Then(READ_INT64_VECTOR).WriteInt64Vector({1, -1});
+        seed.Then(READ_UINT8_VECTOR).WriteUInt8Vector({0xAA, 0xBB, 0xCC});
+        seed.Then(READ_UINT16_VECTOR).WriteUInt16Vector({7});
+        seed.Then(READ_UINT32_VECTOR).WriteUInt32Vector({1, 2, 3});
+        seed.Then(READ_UINT64_VECTOR).WriteUInt64Vector({42});
+        seed.Then(READ_FLOAT_VECTOR).WriteFloatVector({0.5F});
+        seed.Then(READ_DOUBLE_VECTOR).WriteDoubleVector({0.25, 4.0});
+        seed.Then(READ_STRING_VECTOR).WriteStringVector({"CAMERA", "LOCATION", ""});
+        seed.Then(READ_STRING16_VECTOR).WriteString16Vector({u"a", u""});
+        out.Write(target, "vectors", seed.Input());
     }
     {
-        OHOS::MessageParcel parcel;
-        parcel.WriteInterfaceToken(Srv::SecurityPrivacyServiceIntf::GetDescriptor());
-        parcel.WriteString("com.example.camera");
-        parcel.WriteInt32(100);
-        parcel.WriteStringVector({"CAMERA", "LOCATION"});
-        out.Write(target, "request_groups_by_app",
-            Script({{READ_INTERFACE_TOKEN, 0}, {READ_STRING, 0}, {READ_INT32, 0}, {READ_STRING_VECTOR, 0}}, parcel));
+        ParcelSeed seed;
+        seed.Then(READ_INTERFACE_TOKEN).WriteInterfaceToken(Srv::SecurityPrivacyServiceIntf::GetDescriptor());
+        seed.Then(READ_STRING).WriteString("com.example.camera");
+        seed.Then(READ_INT32).WriteInt32(100);
+        seed.Then(READ_STRING_VECTOR).WriteStringVector({"CAMERA", "LOCATION"});
+        out.Write(target, "request_groups_by_app", seed.Input());
     }
     {
-        OHOS::MessageParcel parcel;
+        ParcelSeed seed;
         const auto camera = CameraInfo();
         const auto location = FixedLocationInfo();
-        parcel.WriteInt32(2);
-        parcel.WriteParcelable(&camera);
-        parcel.WriteParcelable(&location);
-        out.Write(target, "reply_group_infos",
-            Script(
-                {{READ_INT32, 0}, {READ_APP_PERMISSION_GROUP_INFO, 0}, {READ_APP_PERMISSION_GROUP_INFO, 0}}, parcel));
+        seed.Then(READ_INT32).WriteInt32(2);
+        seed.Then(READ_APP_PERMISSION_GROUP_INFO).WriteParcelable(&camera);
+        seed.Then(READ_APP_PERMISSION_GROUP_INFO).WriteParcelable(&location);
+        out.Write(target, "reply_group_infos", seed.Input());
     }
     {
-        OHOS::MessageParcel parcel;
+        ParcelSeed seed;
         const Srv::Permission::CheckedStateParameter parameter("DENY", 3, 1);
-        parcel.WriteParcelable(&parameter);
-        out.Write(target, "checked_state_parameter", Script({{READ_CHECKED_STATE_PARAMETER, 0}}, parcel));
+        seed.Then(READ_CHECKED_STATE_PARAMETER).WriteParcelable(&parameter);
+        out.Write(target, "checked_state_parameter", seed.Input());
     }
     {
-        OHOS::MessageParcel parcel;
+        ParcelSeed seed;
         const auto query = UsageQuery();
         const auto record = UsageRecord();
-        parcel.WriteParcelable(&query);
-        parcel.WriteParcelable(&record);
-        out.Write(target, "usage_query_and_record",
-            Script({{READ_PERMISSION_USAGE_RECORD_QUERY, 0}, {READ_PERMISSION_USAGE_RECORD, 0}}, parcel));
+        seed.Then(READ_PERMISSION_USAGE_RECORD_QUERY).WriteParcelable(&query);
+        seed.Then(READ_PERMISSION_USAGE_RECORD).WriteParcelable(&record);
+        out.Write(target, "usage_query_and_record", seed.Input());
     }
     {
-        OHOS::MessageParcel parcel;
-        Srv::GTokenInfo::WriteList(parcel, GTokenInfos());
+        ParcelSeed seed;
+        Srv::GTokenInfo::WriteList(seed.Then(READ_GTOKEN_INFO_LIST), GTokenInfos());
         const Srv::GTokenResultWithRet answer(0, {{"com.example.game", "AB:CD:EF:01", 9, 1}});
-        parcel.WriteParcelable(&answer);
+        seed.Then(READ_GTOKEN_RESULT_WITH_RET).WriteParcelable(&answer);
         const auto info = GTokenInfos().front();
-        parcel.WriteParcelable(&info);
-        parcel.WriteParcelable(&info.policies.front());
-        parcel.WriteParcelable(&answer.results.front());
-        out.Write(target, "gtoken_records",
-            Script({{READ_GTOKEN_INFO_LIST, 0}, {READ_GTOKEN_RESULT_WITH_RET, 0}, {READ_GTOKEN_INFO, 0},
-                       {READ_GTOKEN_POLICY, 0}, {READ_GTOKEN_RESULT, 0}},
-                parcel));
+        seed.Then(READ_GTOKEN_INFO).WriteParcelable(&info);
+        seed.Then(READ_GTOKEN_POLICY).WriteParcelable(&info.policies.front());
+        seed.Then(READ_GTOKEN_RESULT).WriteParcelable(&answer.results.front());
+        out.Write(target, "gtoken_records", seed.Input());
     }
     {
-        OHOS::MessageParcel parcel;
+        ParcelSeed seed;
         const char raw[] = "raw-bytes";
-        parcel.WriteRawData(raw, sizeof(raw));
-        parcel.WriteNoException();
-        parcel.WriteCString("dump");
-        parcel.WriteBuffer("abcdef", 6);
-        out.Write(target, "raw_data_and_buffers",
-            Script({{READ_RAW_DATA, sizeof(raw)}, {READ_EXCEPTION, 0}, {READ_CSTRING, 0}, {READ_BUFFER, 6},
-                       {REWIND_READ, 0}, {SKIP_BYTES, 8}, {READ_REMOTE_OBJECT, 0}},
-                parcel));
+        seed.Then(READ_RAW_DATA, sizeof(raw)).WriteRawData(raw, sizeof(raw));
+        seed.Then(READ_EXCEPTION).WriteNoException();
+        seed.Then(READ_CSTRING).WriteCString("dump");
+        seed.Then(READ_BUFFER, 6).WriteBuffer("abcdef", 6);
+        seed.Then(REWIND_READ);
+        seed.Then(SKIP_BYTES, 8);
+        seed.Then(READ_REMOTE_OBJECT);
+        out.Write(target, "raw_data_and_buffers", seed.Input());
     }
 }
 
@@ -281,15 +318,7 @@ void WriteParcelSeeds(SeedWriter& out)
 void WriteJsonSeeds(SeedWriter& out)
 {
     const std::string target = "json_records";
-    nlohmann::json json;
-
-    PermissionDto::AppPermissionGroupDto camera;
-    camera.bundleName = "com.example.container.camera";
-    camera.uid = 20010100;
-    camera.permissionGroup = "CAMERA";
-    camera.checkedState = "ALLOW_ONLY_WHILE_IN_USE";
-    camera.shownStates = {"ALLOW_ONLY_WHILE_IN_USE", "ASK_EACH_TIME", "DENY"};
-    camera.flags = 1;
+    const PermissionDto::AppPermissionGroupDto camera = ContainerCamera("com.example.container.camera", 20010100);
     PermissionDto::AppPermissionGroupDto location = camera;
     location.permissionGroup = "LOCATION";
     location.checkedState = "DENY";
@@ -298,41 +327,24 @@ void WriteJsonSeeds(SeedWriter& out)
     location.disabledReason = "POLICY_OR_SYSTEM_FIXED";
     PermissionDto::AppPermissionGroupsResultDto groups;
     groups.groups = {camera, location};
-    to_json(json, groups);
-    out.WriteText(target, "groups_answer", json.dump());
-    to_json(json, camera);
-    out.WriteText(target, "group", json.dump());
-
-    PermissionDto::CheckedStateCommandDto command{"com.example.container.camera", 20010100, "CAMERA", "DENY", 3, 1};
-    to_json(json, command);
-    out.WriteText(target, "checked_state_command", json.dump());
+    out.WriteJson(target, "groups_answer", groups);
+    out.WriteJson(target, "group", camera);
+    out.WriteJson(target, "checked_state_command",
+        PermissionDto::CheckedStateCommandDto{"com.example.container.camera", 20010100, "CAMERA", "DENY", 3, 1});
     PermissionDto::CheckedStateResultDto result;
     result.success = true;
-    to_json(json, result);
-    out.WriteText(target, "checked_state_answer", json.dump());
+    out.WriteJson(target, "checked_state_answer", result);
+    out.WriteJson(target, "groups_by_app_question",
+        PermissionDto::GroupsByAppQueryDto{"com.example.container.camera", 100, {"LOCATION", "CAMERA"}});
+    out.WriteJson(target, "groups_by_permission_question",
+        PermissionDto::GroupsByPermissionQueryDto{"CAMERA", 100, {"com.example.a", "com.example.b"}});
 
-    PermissionDto::GroupsByAppQueryDto byApp{"com.example.container.camera", 100, {"LOCATION", "CAMERA"}};
-    to_json(json, byApp);
-    out.WriteText(target, "groups_by_app_question", json.dump());
-    PermissionDto::GroupsByPermissionQueryDto byPermission{"CAMERA", 100, {"com.example.a", "com.example.b"}};
-    to_json(json, byPermission);
-    out.WriteText(target, "groups_by_permission_question", json.dump());
-
-    RecordDto::RecordDto record;
-    record.bundleName = "com.example.container.camera";
-    record.uid = 20010100;
-    record.operationGroup = "CAMERA";
-    record.times = 2;
-    record.appState = 1;
-    record.screenState = 1;
-    record.beginTimestamp = 1700000100000;
-    record.endTimestamp = 1700000160000;
+    const RecordDto::RecordDto record = ContainerRecord("com.example.container.camera", 20010100, 2);
     RecordDto::RecordResult records;
     records.records = {record, record};
     records.records[1].operationGroup = "LOCATION";
     records.records[1].operationMode = 1;
-    to_json(json, records);
-    out.WriteText(target, "records_answer", json.dump());
+    out.WriteJson(target, "records_answer", records);
     RecordDto::RecordQueryDto question;
     question.bundleNames = {"com.example.container.camera"};
     question.userId = 100;
@@ -342,8 +354,7 @@ void WriteJsonSeeds(SeedWriter& out)
     question.screenStates = {1, 2};
     question.beginTimestamp = 1700000000000;
     question.endTimestamp = 1700086400000;
-    to_json(json, question);
-    out.WriteText(target, "records_question", json.dump());
+    out.WriteJson(target, "records_question", question);
 
     // What a container that speaks another version, or garbles its answer, might send.
     out.WriteText(target, "mistyped_group",
@@ -461,36 +472,16 @@ private:
 
 std::string ContainerGroupsAnswer()
 {
-    PermissionDto::AppPermissionGroupDto camera;
-    camera.bundleName = "com.example.container.chat";
-    camera.uid = 20010006;
-    camera.permissionGroup = "CAMERA";
-    camera.checkedState = "ALLOW_ONLY_WHILE_IN_USE";
-    camera.shownStates = {"ALLOW_ONLY_WHILE_IN_USE", "ASK_EACH_TIME", "DENY"};
-    camera.flags = 1;
     PermissionDto::AppPermissionGroupsResultDto groups;
-    groups.groups = {camera};
-    nlohmann::json json;
-    to_json(json, groups);
-    return json.dump();
+    groups.groups = {ContainerCamera("com.example.container.chat", 20010006)};
+    return JsonText(groups);
 }
 
 std::string ContainerRecordsAnswer()
 {
-    RecordDto::RecordDto record;
-    record.bundleName = "com.example.container.chat";
-    record.uid = 20010006;
-    record.operationGroup = "CAMERA";
-    record.times = 4;
-    record.appState = 1;
-    record.screenState = 1;
-    record.beginTimestamp = 1700000100000;
-    record.endTimestamp = 1700000160000;
     RecordDto::RecordResult result;
-    result.records = {record};
-    nlohmann::json json;
-    to_json(json, result);
-    return json.dump();
+    result.records = {ContainerRecord("com.example.container.chat", 20010006, 4)};
+    return JsonText(result);
 }
 
 void WriteStubSeeds(SeedWriter& out)

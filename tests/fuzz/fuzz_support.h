@@ -41,15 +41,6 @@ public:
         return static_cast<uint16_t>(low | (static_cast<uint16_t>(TakeByte()) << 8U));
     }
 
-    uint32_t TakeU32()
-    {
-        uint32_t value = 0;
-        for (unsigned shift = 0; shift < 32; shift += 8) {
-            value |= static_cast<uint32_t>(TakeByte()) << shift;
-        }
-        return value;
-    }
-
     // Up to `count` bytes (fewer when the input ends first).
     std::vector<uint8_t> TakeBytes(size_t count)
     {

@@ -12,6 +12,7 @@
  * reads from requests and a client reads from replies) must survive a second trip through their
  * own Marshalling.
  */
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -57,15 +58,8 @@ bool Same(const T& left, const T& right)
 template <typename T>
 bool Same(const std::vector<T>& left, const std::vector<T>& right)
 {
-    if (left.size() != right.size()) {
-        return false;
-    }
-    for (size_t i = 0; i < left.size(); ++i) {
-        if (!Same<T>(left[i], right[i])) {
-            return false;
-        }
-    }
-    return true;
+    return left.size() == right.size() &&
+           std::equal(left.begin(), left.end(), right.begin(), [](const T& l, const T& r) { return Same<T>(l, r); });
 }
 
 // A vector read that fails must leave its output as it found it; this is what it finds.
@@ -102,12 +96,6 @@ void CheckRead(MessageParcel& parcel, Read read, Write write, const T& initial)
     FUZZ_CHECK(read(copy, again));
     FUZZ_CHECK(Same(value, again));
     FUZZ_CHECK(copy.GetReadableBytes() == 0);
-}
-
-template <typename T, typename Read, typename Write>
-void CheckScalar(MessageParcel& parcel, Read read, Write write)
-{
-    CheckRead<T>(parcel, read, write, T{});
 }
 
 template <typename T, typename Read, typename Write>
@@ -157,8 +145,9 @@ void CheckValueForm(MessageParcel& parcel, Read read, size_t itemSize)
 }
 
 // A record read from the parcel writes itself back as the bytes it came from, and reads back
-// equal.
-template <typename T>
+// equal. The text form of those that have one goes into the service's log lines; it must take any
+// content.
+template <typename T, bool HAS_TEXT = false>
 void CheckRecord(MessageParcel& parcel)
 {
     const size_t before = parcel.GetReadPosition();
@@ -167,6 +156,9 @@ void CheckRecord(MessageParcel& parcel)
     if (record == nullptr) {
         return;
     }
+    if constexpr (HAS_TEXT) {
+        FUZZ_CHECK(!record->ToString().empty());
+    }
     const size_t consumed = parcel.GetReadPosition() - before;
     Parcel copy;
     FUZZ_CHECK(copy.WriteParcelable(record.get()));
@@ -174,19 +166,6 @@ void CheckRecord(MessageParcel& parcel)
     std::unique_ptr<T> again(copy.ReadParcelable<T>());
     FUZZ_CHECK(again != nullptr);
     FUZZ_CHECK(*again == *record);
-}
-
-template <typename T>
-void CheckRecordText(MessageParcel& parcel)
-{
-    const size_t before = parcel.GetReadPosition();
-    std::unique_ptr<T> record(parcel.ReadParcelable<T>());
-    if (record != nullptr) {
-        // The text form goes into the service's log lines; it must take any content.
-        FUZZ_CHECK(!record->ToString().empty());
-    }
-    parcel.RewindRead(before);
-    CheckRecord<T>(parcel);
 }
 
 void CheckGTokenInfoList(MessageParcel& parcel)
@@ -280,165 +259,67 @@ void CheckUnstructuredReads(MessageParcel& parcel, ParcelOperation operation, ui
     }
 }
 
+// One typed read per row: the operation, the value's type, and the parcel's read and write of it.
+#define SCALAR_ROW(OP, T, READ, WRITE)                                                                         \
+    case OP:                                                                                                   \
+        CheckRead<T>(parcel, [](Parcel& p, T& v) { return p.READ(v); },                                         \
+            [](Parcel& p, const T& v) { return p.WRITE(v); }, T{});                                            \
+        break
+#define VECTOR_ROW(OP, E, READ, WRITE)                                                                         \
+    case OP:                                                                                                   \
+        CheckVector<std::vector<E>>(parcel, [](Parcel& p, std::vector<E>& v) { return p.READ(&v); },            \
+            [](Parcel& p, const std::vector<E>& v) { return p.WRITE(v); });                                    \
+        break
+#define VALUE_ROW(OP, T, READ, SIZE)                                                                           \
+    case OP:                                                                                                   \
+        CheckValueForm<T>(parcel, [](Parcel& p) { return p.READ(); }, SIZE);                                   \
+        break
+
 // One read, chosen by `operation`; `argument` is a size or a position for those that take one.
 void RunOperation(MessageParcel& parcel, uint8_t operationByte, uint8_t argument)
 {
     const auto operation = static_cast<ParcelOperation>(operationByte % PARCEL_OPERATION_COUNT);
+    if (operation == READ_STRING) {
+        CheckTerminatedString<std::string>(parcel, [](Parcel& p, std::string& v) { return p.ReadString(v); });
+    } else if (operation == READ_STRING16) {
+        CheckTerminatedString<std::u16string>(parcel, [](Parcel& p, std::u16string& v) { return p.ReadString16(v); });
+    }
     switch (operation) {
-        case READ_BOOL:
-            CheckScalar<bool>(
-                parcel, [](Parcel& p, bool& v) { return p.ReadBool(v); },
-                [](Parcel& p, bool v) { return p.WriteBool(v); });
-            break;
-        case READ_INT8:
-            CheckScalar<int8_t>(
-                parcel, [](Parcel& p, int8_t& v) { return p.ReadInt8(v); },
-                [](Parcel& p, int8_t v) { return p.WriteInt8(v); });
-            break;
-        case READ_INT16:
-            CheckScalar<int16_t>(
-                parcel, [](Parcel& p, int16_t& v) { return p.ReadInt16(v); },
-                [](Parcel& p, int16_t v) { return p.WriteInt16(v); });
-            break;
-        case READ_INT32:
-            CheckScalar<int32_t>(
-                parcel, [](Parcel& p, int32_t& v) { return p.ReadInt32(v); },
-                [](Parcel& p, int32_t v) { return p.WriteInt32(v); });
-            break;
-        case READ_INT64:
-            CheckScalar<int64_t>(
-                parcel, [](Parcel& p, int64_t& v) { return p.ReadInt64(v); },
-                [](Parcel& p, int64_t v) { return p.WriteInt64(v); });
-            break;
-        case READ_UINT8:
-            CheckScalar<uint8_t>(
-                parcel, [](Parcel& p, uint8_t& v) { return p.ReadUint8(v); },
-                [](Parcel& p, uint8_t v) { return p.WriteUint8(v); });
-            break;
-        case READ_UINT16:
-            CheckScalar<uint16_t>(
-                parcel, [](Parcel& p, uint16_t& v) { return p.ReadUint16(v); },
-                [](Parcel& p, uint16_t v) { return p.WriteUint16(v); });
-            break;
-        case READ_UINT32:
-            CheckScalar<uint32_t>(
-                parcel, [](Parcel& p, uint32_t& v) { return p.ReadUint32(v); },
-                [](Parcel& p, uint32_t v) { return p.WriteUint32(v); });
-            break;
-        case READ_UINT64:
-            CheckScalar<uint64_t>(
-                parcel, [](Parcel& p, uint64_t& v) { return p.ReadUint64(v); },
-                [](Parcel& p, uint64_t v) { return p.WriteUint64(v); });
-            break;
-        case READ_FLOAT:
-            CheckScalar<float>(
-                parcel, [](Parcel& p, float& v) { return p.ReadFloat(v); },
-                [](Parcel& p, float v) { return p.WriteFloat(v); });
-            break;
-        case READ_DOUBLE:
-            CheckScalar<double>(
-                parcel, [](Parcel& p, double& v) { return p.ReadDouble(v); },
-                [](Parcel& p, double v) { return p.WriteDouble(v); });
-            break;
-        case READ_STRING:
-            CheckTerminatedString<std::string>(parcel, [](Parcel& p, std::string& v) { return p.ReadString(v); });
-            CheckScalar<std::string>(
-                parcel, [](Parcel& p, std::string& v) { return p.ReadString(v); },
-                [](Parcel& p, const std::string& v) { return p.WriteString(v); });
-            break;
-        case READ_STRING16:
-            CheckTerminatedString<std::u16string>(
-                parcel, [](Parcel& p, std::u16string& v) { return p.ReadString16(v); });
-            CheckScalar<std::u16string>(
-                parcel, [](Parcel& p, std::u16string& v) { return p.ReadString16(v); },
-                [](Parcel& p, const std::u16string& v) { return p.WriteString16(v); });
-            break;
-        case READ_BOOL_VECTOR:
-            CheckVector<std::vector<bool>>(
-                parcel, [](Parcel& p, std::vector<bool>& v) { return p.ReadBoolVector(&v); },
-                [](Parcel& p, const std::vector<bool>& v) { return p.WriteBoolVector(v); });
-            break;
-        case READ_INT8_VECTOR:
-            CheckVector<std::vector<int8_t>>(
-                parcel, [](Parcel& p, std::vector<int8_t>& v) { return p.ReadInt8Vector(&v); },
-                [](Parcel& p, const std::vector<int8_t>& v) { return p.WriteInt8Vector(v); });
-            break;
-        case READ_INT16_VECTOR:
-            CheckVector<std::vector<int16_t>>(
-                parcel, [](Parcel& p, std::vector<int16_t>& v) { return p.ReadInt16Vector(&v); },
-                [](Parcel& p, const std::vector<int16_t>& v) { return p.WriteInt16Vector(v); });
-            break;
-        case READ_INT32_VECTOR:
-            CheckVector<std::vector<int32_t>>(
-                parcel, [](Parcel& p, std::vector<int32_t>& v) { return p.ReadInt32Vector(&v); },
-                [](Parcel& p, const std::vector<int32_t>& v) { return p.WriteInt32Vector(v); });
-            break;
-        case READ_INT64_VECTOR:
-            CheckVector<std::vector<int64_t>>(
-                parcel, [](Parcel& p, std::vector<int64_t>& v) { return p.ReadInt64Vector(&v); },
-                [](Parcel& p, const std::vector<int64_t>& v) { return p.WriteInt64Vector(v); });
-            break;
-        case READ_UINT8_VECTOR:
-            CheckVector<std::vector<uint8_t>>(
-                parcel, [](Parcel& p, std::vector<uint8_t>& v) { return p.ReadUInt8Vector(&v); },
-                [](Parcel& p, const std::vector<uint8_t>& v) { return p.WriteUInt8Vector(v); });
-            break;
-        case READ_UINT16_VECTOR:
-            CheckVector<std::vector<uint16_t>>(
-                parcel, [](Parcel& p, std::vector<uint16_t>& v) { return p.ReadUInt16Vector(&v); },
-                [](Parcel& p, const std::vector<uint16_t>& v) { return p.WriteUInt16Vector(v); });
-            break;
-        case READ_UINT32_VECTOR:
-            CheckVector<std::vector<uint32_t>>(
-                parcel, [](Parcel& p, std::vector<uint32_t>& v) { return p.ReadUInt32Vector(&v); },
-                [](Parcel& p, const std::vector<uint32_t>& v) { return p.WriteUInt32Vector(v); });
-            break;
-        case READ_UINT64_VECTOR:
-            CheckVector<std::vector<uint64_t>>(
-                parcel, [](Parcel& p, std::vector<uint64_t>& v) { return p.ReadUInt64Vector(&v); },
-                [](Parcel& p, const std::vector<uint64_t>& v) { return p.WriteUInt64Vector(v); });
-            break;
-        case READ_FLOAT_VECTOR:
-            CheckVector<std::vector<float>>(
-                parcel, [](Parcel& p, std::vector<float>& v) { return p.ReadFloatVector(&v); },
-                [](Parcel& p, const std::vector<float>& v) { return p.WriteFloatVector(v); });
-            break;
-        case READ_DOUBLE_VECTOR:
-            CheckVector<std::vector<double>>(
-                parcel, [](Parcel& p, std::vector<double>& v) { return p.ReadDoubleVector(&v); },
-                [](Parcel& p, const std::vector<double>& v) { return p.WriteDoubleVector(v); });
-            break;
-        case READ_STRING_VECTOR:
-            CheckVector<std::vector<std::string>>(
-                parcel, [](Parcel& p, std::vector<std::string>& v) { return p.ReadStringVector(&v); },
-                [](Parcel& p, const std::vector<std::string>& v) { return p.WriteStringVector(v); });
-            break;
-        case READ_STRING16_VECTOR:
-            CheckVector<std::vector<std::u16string>>(
-                parcel, [](Parcel& p, std::vector<std::u16string>& v) { return p.ReadString16Vector(&v); },
-                [](Parcel& p, const std::vector<std::u16string>& v) { return p.WriteString16Vector(v); });
-            break;
-        case READ_INT32_VALUE:
-            CheckValueForm<int32_t>(
-                parcel, [](Parcel& p) { return p.ReadInt32(); }, WORD);
-            break;
-        case READ_INT64_VALUE:
-            CheckValueForm<int64_t>(
-                parcel, [](Parcel& p) { return p.ReadInt64(); }, sizeof(int64_t));
-            break;
-        case READ_BOOL_VALUE:
-            CheckValueForm<bool>(
-                parcel, [](Parcel& p) { return p.ReadBool(); }, WORD);
-            break;
-        case READ_DOUBLE_VALUE:
-            CheckValueForm<double>(
-                parcel, [](Parcel& p) { return p.ReadDouble(); }, sizeof(double));
-            break;
-        case READ_APP_PERMISSION_GROUP_INFO: CheckRecordText<Srv::Permission::AppPermissionGroupInfo>(parcel); break;
-        case READ_CHECKED_STATE_PARAMETER: CheckRecordText<Srv::Permission::CheckedStateParameter>(parcel); break;
-        case READ_PERMISSION_USAGE_RECORD: CheckRecordText<Srv::Record::PermissionUsageRecord>(parcel); break;
+        SCALAR_ROW(READ_BOOL, bool, ReadBool, WriteBool);
+        SCALAR_ROW(READ_INT8, int8_t, ReadInt8, WriteInt8);
+        SCALAR_ROW(READ_INT16, int16_t, ReadInt16, WriteInt16);
+        SCALAR_ROW(READ_INT32, int32_t, ReadInt32, WriteInt32);
+        SCALAR_ROW(READ_INT64, int64_t, ReadInt64, WriteInt64);
+        SCALAR_ROW(READ_UINT8, uint8_t, ReadUint8, WriteUint8);
+        SCALAR_ROW(READ_UINT16, uint16_t, ReadUint16, WriteUint16);
+        SCALAR_ROW(READ_UINT32, uint32_t, ReadUint32, WriteUint32);
+        SCALAR_ROW(READ_UINT64, uint64_t, ReadUint64, WriteUint64);
+        SCALAR_ROW(READ_FLOAT, float, ReadFloat, WriteFloat);
+        SCALAR_ROW(READ_DOUBLE, double, ReadDouble, WriteDouble);
+        SCALAR_ROW(READ_STRING, std::string, ReadString, WriteString);
+        SCALAR_ROW(READ_STRING16, std::u16string, ReadString16, WriteString16);
+        VECTOR_ROW(READ_BOOL_VECTOR, bool, ReadBoolVector, WriteBoolVector);
+        VECTOR_ROW(READ_INT8_VECTOR, int8_t, ReadInt8Vector, WriteInt8Vector);
+        VECTOR_ROW(READ_INT16_VECTOR, int16_t, ReadInt16Vector, WriteInt16Vector);
+        VECTOR_ROW(READ_INT32_VECTOR, int32_t, ReadInt32Vector, WriteInt32Vector);
+        VECTOR_ROW(READ_INT64_VECTOR, int64_t, ReadInt64Vector, WriteInt64Vector);
+        VECTOR_ROW(READ_UINT8_VECTOR, uint8_t, ReadUInt8Vector, WriteUInt8Vector);
+        VECTOR_ROW(READ_UINT16_VECTOR, uint16_t, ReadUInt16Vector, WriteUInt16Vector);
+        VECTOR_ROW(READ_UINT32_VECTOR, uint32_t, ReadUInt32Vector, WriteUInt32Vector);
+        VECTOR_ROW(READ_UINT64_VECTOR, uint64_t, ReadUInt64Vector, WriteUInt64Vector);
+        VECTOR_ROW(READ_FLOAT_VECTOR, float, ReadFloatVector, WriteFloatVector);
+        VECTOR_ROW(READ_DOUBLE_VECTOR, double, ReadDoubleVector, WriteDoubleVector);
+        VECTOR_ROW(READ_STRING_VECTOR, std::string, ReadStringVector, WriteStringVector);
+        VECTOR_ROW(READ_STRING16_VECTOR, std::u16string, ReadString16Vector, WriteString16Vector);
+        VALUE_ROW(READ_INT32_VALUE, int32_t, ReadInt32, WORD);
+        VALUE_ROW(READ_INT64_VALUE, int64_t, ReadInt64, sizeof(int64_t));
+        VALUE_ROW(READ_BOOL_VALUE, bool, ReadBool, WORD);
+        VALUE_ROW(READ_DOUBLE_VALUE, double, ReadDouble, sizeof(double));
+        case READ_APP_PERMISSION_GROUP_INFO: CheckRecord<Srv::Permission::AppPermissionGroupInfo, true>(parcel); break;
+        case READ_CHECKED_STATE_PARAMETER: CheckRecord<Srv::Permission::CheckedStateParameter, true>(parcel); break;
+        case READ_PERMISSION_USAGE_RECORD: CheckRecord<Srv::Record::PermissionUsageRecord, true>(parcel); break;
         case READ_PERMISSION_USAGE_RECORD_QUERY:
-            CheckRecordText<Srv::Record::PermissionUsageRecordQuery>(parcel);
+            CheckRecord<Srv::Record::PermissionUsageRecordQuery, true>(parcel);
             break;
         case READ_GTOKEN_INFO: CheckRecord<Srv::GTokenInfo>(parcel); break;
         case READ_GTOKEN_POLICY: CheckRecord<Srv::GTokenPolicy>(parcel); break;
@@ -453,6 +334,9 @@ void RunOperation(MessageParcel& parcel, uint8_t operationByte, uint8_t argument
     }
     FUZZ_CHECK(parcel.GetReadPosition() <= parcel.GetDataSize());
 }
+#undef SCALAR_ROW
+#undef VECTOR_ROW
+#undef VALUE_ROW
 
 }  // namespace
 

@@ -19,6 +19,7 @@
 #include <fstream>
 #include <iterator>
 #include <set>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -39,13 +40,11 @@ std::set<std::string> ReadOpenList(const std::string& path)
     std::ifstream in(path);
     std::string line;
     while (std::getline(in, line)) {
-        line = line.substr(0, line.find('#'));
-        const size_t begin = line.find_first_not_of(" \t");
-        if (begin == std::string::npos) {
-            continue;
+        std::istringstream words(line.substr(0, line.find('#')));
+        std::string name;
+        if (words >> name) {
+            open.insert(name);
         }
-        const size_t end = line.find_first_of(" \t", begin);
-        open.insert(line.substr(begin, end == std::string::npos ? std::string::npos : end - begin));
     }
     return open;
 }

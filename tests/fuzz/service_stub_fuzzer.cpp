@@ -19,6 +19,7 @@
  */
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <filesystem>
@@ -114,12 +115,8 @@ struct Caller {
     bool Holds(const std::string& permission) const
     {
         const auto& all = ServicePermissions();
-        for (size_t i = 0; i < all.size(); ++i) {
-            if (all[i] == permission) {
-                return holds[i];
-            }
-        }
-        return false;
+        const auto at = std::find(all.begin(), all.end(), permission);
+        return at != all.end() && holds[static_cast<size_t>(at - all.begin())];
     }
 };
 
@@ -132,8 +129,6 @@ struct Device {
 };
 
 Device* g_device = nullptr;
-// ASP_FUZZ_TRACE=1: one line per input (code, caller, result, reply size), for reading a replay.
-bool g_trace = false;
 
 PermissionStatus Granted(const std::string& name, uint32_t flags = 0)
 {
@@ -166,10 +161,7 @@ std::vector<PermissionStatus> ServicePermissionStates(const std::vector<std::str
 {
     std::vector<PermissionStatus> states;
     for (const auto& permission : ServicePermissions()) {
-        bool isGranted = false;
-        for (const auto& name : granted) {
-            isGranted = isGranted || name == permission;
-        }
+        const bool isGranted = std::find(granted.begin(), granted.end(), permission) != granted.end();
         states.push_back(isGranted ? Granted(permission) : Denied(permission));
     }
     return states;
@@ -443,8 +435,6 @@ extern "C" int LLVMFuzzerInitialize(int* /* argc */, char*** /* argv */)
     // Debug lines are formatted (containers and caller-sent strings included) but not printed.
     OHOS::HiviewDFX::Host::HiLogHost::SetStderrEnabled(false);
     OHOS::HiviewDFX::Host::HiLogHost::SetLevel(LOG_DEBUG);
-    const char* trace = std::getenv("ASP_FUZZ_TRACE");
-    g_trace = trace != nullptr && trace[0] == '1';
     g_device = new Device();
     SetUpDevice(*g_device);
     std::atexit(TearDownDevice);
@@ -490,10 +480,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         result = Service::GetInstance().OnRemoteRequest(code, request, reply, option);
     }
 
-    if (g_trace) {
-        std::fprintf(stderr, "code=%u caller=%u token=%d result=%d reply=%zu bytes\n", code, flags & CALLER_MASK,
-            tokenOk ? 1 : 0, result, reply.GetDataSize());
-    }
     const bool served = MessageCode::IsServed(code);
     if (!tokenOk) {
         FUZZ_CHECK(result == OHOS::ERR_INVALID_STATE);
