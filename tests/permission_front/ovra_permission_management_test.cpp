@@ -47,15 +47,6 @@ TEST(OvraAppPermissionGroupTest, ReadsAContainerGroupAndPrintsItLikeANativeOne)
     from_json(Group(BUNDLE, "LOCATION"), dto);
     auto group = OvraAppPermissionGroup::Create(dto);
     ASSERT_TRUE(group.has_value());
-    EXPECT_EQ(group->GetBundleName(), BUNDLE);
-    EXPECT_EQ(group->GetUid(), UID);
-    EXPECT_EQ(group->GetPermissionGroup(), PermissionGroup::LOCATION);
-    EXPECT_EQ(group->GetCheckedState(), State::ALLOW_ONLY_WHILE_IN_USE);
-    EXPECT_EQ(group->GetShownStates(), (std::vector<State>{State::ALLOW_ALL_THE_TIME, State::ALLOW_ONLY_WHILE_IN_USE,
-                                           State::ASK_EACH_TIME, State::DENY}));
-    EXPECT_EQ(group->GetDisabledStates(), Model::EnumSet<State>{State::ALLOW_ALL_THE_TIME});
-    EXPECT_EQ(group->GetDisabledReason(), DisabledReason::SYSTEM_OR_POLICY_FIXED);
-    EXPECT_EQ(group->GetFlags(), 3);
     EXPECT_EQ(group->ToString(),
         "{bundleName='com.example.ovra.maps', uid=20010042, pg=LOCATION, sp=(ALLOW_ONLY_WHILE_IN_USE, "
         "[ALLOW_ALL_THE_TIME, ALLOW_ONLY_WHILE_IN_USE, ASK_EACH_TIME, DENY], {ALLOW_ALL_THE_TIME}, "
@@ -75,10 +66,8 @@ TEST(OvraAppPermissionGroupTest, ReadsAContainerGroupAndPrintsItLikeANativeOne)
     from_json(minimal, dto);
     group = OvraAppPermissionGroup::Create(dto);
     ASSERT_TRUE(group.has_value());
-    EXPECT_TRUE(group->GetDisabledStates().empty());
-    EXPECT_EQ(group->GetDisabledReason(), DisabledReason::NONE);
-    EXPECT_EQ(group->GetFlags(), 0);
-    EXPECT_EQ(group->GetHumanReadableStrings().back(), "        flags=[]");
+    EXPECT_EQ(group->GetStatePack().ToString(),
+        "(ALLOW_ONLY_WHILE_IN_USE, [ALLOW_ALL_THE_TIME, ALLOW_ONLY_WHILE_IN_USE, ASK_EACH_TIME, DENY], {}, NONE)");
 }
 
 TEST(OvraDtoTest, RecordsRoundTripAndMistypedMembersAreNamed)

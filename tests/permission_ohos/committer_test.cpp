@@ -163,30 +163,6 @@ TEST_F(CommitterTest, AllowThisTimeIsTheCommittersOwn)
     EXPECT_EQ(Now(OhosPermission::READ_PASTEBOARD), (PlatformState{false, UF}));
 }
 
-TEST_F(CommitterTest, MaskAndValueDecideTheUserBits)
-{
-    const auto& camera = OhosPermission::CAMERA;
-    const struct {
-        uint32_t oldFlags;
-        int64_t mask;
-        int64_t value;
-        uint32_t newFlags;
-    } rows[] = {
-        {US | UF, 0, 0, US | UF},  // nothing masked: the old user bits stay
-        {UF, 0, US, UF},           // a value outside the mask is dropped
-        {US, 3, UF, UF},
-        {GBP | CS, 0xFF, 0xFF, GBP | CS | US | UF},  // only the user bits reach the platform
-        {0, 0x7C, 0x7C, 0},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.oldFlags);
-        AspTest::ResetDevice();
-        EXPECT_TRUE(InstallAndCommit(
-            PermissionGroup::CAMERA, {{Name(camera), false, row.oldFlags}}, State::ALLOW, row.mask, row.value));
-        EXPECT_EQ(Now(camera), (PlatformState{true, row.newFlags}));
-    }
-}
-
 TEST_F(CommitterTest, SystemFixedPermissionsAreLeftAlone)
 {
     LogCapture capture;
