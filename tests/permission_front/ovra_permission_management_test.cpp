@@ -167,26 +167,25 @@ TEST_F(OvraPermissionManagementTest, ListingByAppAsksOnceAndKeepsOnlyGoodAskedGr
     EXPECT_EQ(requests[0].Body(), (json{{"bundleName", BUNDLE}, {"userId", 100},
                                       {"permissionGroups", json::array({"LOCATION", "CAMERA", "MICROPHONE"})}}));
 
-    EXPECT_EQ(log.Count(LOG_WARN,
-                  "unrecognized permissionGroup='TELEPORT' of bundleName='com.example.ovra.maps' has no corresponding "
-                  "enum, drop the group."),
-        1U);
-    EXPECT_EQ(log.Count(LOG_WARN,
-                  "unrecognized state='SOMETIMES' of bundleName='com.example.ovra.maps', permissionGroup='MICROPHONE' "
-                  "has no corresponding enum, drop the group."),
-        1U);
-    EXPECT_EQ(log.Count(LOG_WARN, "unrecognized disabledReason='BECAUSE'"), 1U);
-    EXPECT_EQ(log.Count(LOG_ERROR, "checkedState=ALLOW not in shownStatesSet="), 1U);
-    EXPECT_EQ(log.Count(LOG_WARN,
-                  "inconsistent statePack of bundleName='com.example.ovra.maps', permissionGroup='MICROPHONE', drop "
-                  "the group."),
-        1U);
-    EXPECT_EQ(log.Count(LOG_WARN, "unrecognized state='' of bundleName='com.example.ovra.maps'"), 1U);
-    EXPECT_EQ(log.Count(LOG_WARN, "bundleName='', permissionGroup='MICROPHONE' misses its bundleName or uid"), 1U);
-    EXPECT_EQ(log.Count(LOG_WARN, "unasked bundleName='com.example.other', permissionGroup=CAMERA in the answer"), 1U);
-    EXPECT_EQ(log.Count(LOG_WARN, "unasked bundleName='com.example.ovra.maps', permissionGroup=CONTACTS"), 1U);
-    EXPECT_EQ(log.Count(LOG_WARN, "skip 1 elements of groups that are not objects."), 1U);
-    EXPECT_EQ(log.Count(LOG_INFO, "finish to receive with messageResponse=Result{code=0, message='ok'}"), 1U);
+    const std::pair<LogLevel, std::string> lines[] = {
+        {LOG_WARN, "unrecognized permissionGroup='TELEPORT' of bundleName='com.example.ovra.maps' has no "
+                   "corresponding enum, drop the group."},
+        {LOG_WARN, "unrecognized state='SOMETIMES' of bundleName='com.example.ovra.maps', "
+                   "permissionGroup='MICROPHONE' has no corresponding enum, drop the group."},
+        {LOG_WARN, "unrecognized disabledReason='BECAUSE'"},
+        {LOG_ERROR, "checkedState=ALLOW not in shownStatesSet="},
+        {LOG_WARN, "inconsistent statePack of bundleName='com.example.ovra.maps', permissionGroup='MICROPHONE', "
+                   "drop the group."},
+        {LOG_WARN, "unrecognized state='' of bundleName='com.example.ovra.maps'"},
+        {LOG_WARN, "bundleName='', permissionGroup='MICROPHONE' misses its bundleName or uid"},
+        {LOG_WARN, "unasked bundleName='com.example.other', permissionGroup=CAMERA in the answer"},
+        {LOG_WARN, "unasked bundleName='com.example.ovra.maps', permissionGroup=CONTACTS"},
+        {LOG_WARN, "skip 1 elements of groups that are not objects."},
+        {LOG_INFO, "finish to receive with messageResponse=Result{code=0, message='ok'}"},
+    };
+    for (const auto& [level, text] : lines) {
+        EXPECT_EQ(log.Count(level, text), 1U) << text;
+    }
 
     // Nothing to ask, nothing sent.
     EXPECT_TRUE(management_.GetAppPermissionGroupsByApp(BUNDLE, 100, {}).empty());

@@ -72,18 +72,17 @@ TEST_F(PermissionManagementTest, ListingByAppGoesToTheBackEndOfTheAppsKind)
     ASSERT_EQ(infos.size(), 1U);
     EXPECT_EQ(infos[0].uid, native.uid);
     EXPECT_EQ(infos[0].flags, 1);
-    EXPECT_EQ(log.Count(LOG_WARN,
-                  "unrecognized permissionGroupName='TELEPORT' has no corresponding enum, please "
-                  "check."),
-        1U);
-    EXPECT_EQ(log.Count(LOG_INFO,
-                  "called with bundleName='com.example.camera', userId=100, "
-                  "interestedPermissionGroupNames={"),
-        1U);
-    EXPECT_EQ(log.Count(LOG_DEBUG, "appPermissionGroupPtrs size=1"), 1U);
-    EXPECT_EQ(log.Count(LOG_DEBUG, "appPermissionGroupPtr=sp->({app="), 1U);
-    EXPECT_EQ(log.Count(LOG_DEBUG, "appPermissionGroupInfo={bundleName='com.example.camera'"), 1U);
-    EXPECT_EQ(log.Count(LOG_INFO, "appPermissionGroupInfos size=1"), 1U);
+    const std::pair<LogLevel, std::string> lines[] = {
+        {LOG_WARN, "unrecognized permissionGroupName='TELEPORT' has no corresponding enum, please check."},
+        {LOG_INFO, "called with bundleName='com.example.camera', userId=100, interestedPermissionGroupNames={"},
+        {LOG_DEBUG, "appPermissionGroupPtrs size=1"},
+        {LOG_DEBUG, "appPermissionGroupPtr=sp->({app="},
+        {LOG_DEBUG, "appPermissionGroupInfo={bundleName='com.example.camera'"},
+        {LOG_INFO, "appPermissionGroupInfos size=1"},
+    };
+    for (const auto& [level, text] : lines) {
+        EXPECT_EQ(log.Count(level, text), 1U) << text;
+    }
 
     // Only unknown names: nothing is left to ask for.
     log.Clear();
