@@ -104,14 +104,6 @@ TEST(PermissionVocabularyTest, PermissionNamesConvertExactly)
     EXPECT_FALSE(OhosPermission::ConvertFromEnumName("ohos.permission.CAMERA").has_value());
 }
 
-TEST(PermissionVocabularyTest, OnlyBackgroundLocationIsBackground)
-{
-    for (const auto& permission : OhosPermission::VALUES) {
-        EXPECT_EQ(permission.IsBackground(), permission == OhosPermission::LOCATION_IN_BACKGROUND)
-            << permission.GetName();
-    }
-}
-
 class NearLinkParameterTest : public testing::Test {
 protected:
     void SetUp() override { OHOS::system::Host::ParameterHost::Reset(); }
