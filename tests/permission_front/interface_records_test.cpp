@@ -49,10 +49,9 @@ TEST(AppPermissionGroupInfoTest, RoundTripsAndPrints)
     EXPECT_EQ(*read, info);
     EXPECT_EQ(parcel.GetReadableBytes(), 0U);
 
-    // Through WriteParcelable, as the stub writes a list of them; a copy is equal and independent.
+    // Through WriteParcelable, as the stub writes a list of them.
     AppPermissionGroupInfo copy = info;
     copy.shownStates.push_back("MEDIA_ONLY");
-    EXPECT_NE(copy, info);
     Parcel wrapped;
     ASSERT_TRUE(wrapped.WriteParcelable(&info));
     ASSERT_TRUE(wrapped.WriteParcelable(&copy));
@@ -168,9 +167,6 @@ TEST(CheckedStateParameterTest, RoundTripsPrintsAndRefusesShortParcels)
     std::unique_ptr<CheckedStateParameter> read(parcel.ReadParcelable<CheckedStateParameter>());
     ASSERT_NE(read, nullptr);
     EXPECT_EQ(*read, parameter);
-    EXPECT_EQ(read->GetCheckedState(), "ALLOW_ONLY_WHILE_IN_USE");
-    EXPECT_EQ(read->GetFlagsMask(), 0xFF);
-    EXPECT_EQ(read->GetFlagsValue(), -2);
 
     Parcel plain;
     ASSERT_TRUE(parameter.Marshalling(plain));
@@ -182,10 +178,7 @@ TEST(CheckedStateParameterTest, RoundTripsPrintsAndRefusesShortParcels)
         EXPECT_EQ(std::unique_ptr<CheckedStateParameter>(CheckedStateParameter::Unmarshalling(*truncated)), nullptr)
             << size;
     }
-    CheckedStateParameter copy = parameter;
-    EXPECT_EQ(copy, parameter);
-    copy = CheckedStateParameter("DENY", 0, 0);
-    EXPECT_NE(copy, parameter);
+    EXPECT_NE(CheckedStateParameter("ALLOW_ONLY_WHILE_IN_USE", 0xFF, -1), parameter);
 }
 
 }  // namespace

@@ -47,15 +47,6 @@ TEST(OvraAppPermissionGroupTest, ReadsAContainerGroupAndPrintsItLikeANativeOne)
     from_json(Group(BUNDLE, "LOCATION"), dto);
     auto group = OvraAppPermissionGroup::Create(dto);
     ASSERT_TRUE(group.has_value());
-    EXPECT_EQ(group->GetBundleName(), BUNDLE);
-    EXPECT_EQ(group->GetUid(), UID);
-    EXPECT_EQ(group->GetPermissionGroup(), PermissionGroup::LOCATION);
-    EXPECT_EQ(group->GetCheckedState(), State::ALLOW_ONLY_WHILE_IN_USE);
-    EXPECT_EQ(group->GetShownStates(), (std::vector<State>{State::ALLOW_ALL_THE_TIME, State::ALLOW_ONLY_WHILE_IN_USE,
-                                           State::ASK_EACH_TIME, State::DENY}));
-    EXPECT_EQ(group->GetDisabledStates(), Model::EnumSet<State>{State::ALLOW_ALL_THE_TIME});
-    EXPECT_EQ(group->GetDisabledReason(), DisabledReason::SYSTEM_OR_POLICY_FIXED);
-    EXPECT_EQ(group->GetFlags(), 3);
     EXPECT_EQ(group->ToString(),
         "{bundleName='com.example.ovra.maps', uid=20010042, pg=LOCATION, sp=(ALLOW_ONLY_WHILE_IN_USE, "
         "[ALLOW_ALL_THE_TIME, ALLOW_ONLY_WHILE_IN_USE, ASK_EACH_TIME, DENY], {ALLOW_ALL_THE_TIME}, "
@@ -75,10 +66,8 @@ TEST(OvraAppPermissionGroupTest, ReadsAContainerGroupAndPrintsItLikeANativeOne)
     from_json(minimal, dto);
     group = OvraAppPermissionGroup::Create(dto);
     ASSERT_TRUE(group.has_value());
-    EXPECT_TRUE(group->GetDisabledStates().empty());
-    EXPECT_EQ(group->GetDisabledReason(), DisabledReason::NONE);
-    EXPECT_EQ(group->GetFlags(), 0);
-    EXPECT_EQ(group->GetHumanReadableStrings().back(), "        flags=[]");
+    EXPECT_EQ(group->GetStatePack().ToString(),
+        "(ALLOW_ONLY_WHILE_IN_USE, [ALLOW_ALL_THE_TIME, ALLOW_ONLY_WHILE_IN_USE, ASK_EACH_TIME, DENY], {}, NONE)");
 }
 
 TEST(OvraDtoTest, RecordsRoundTripAndMistypedMembersAreNamed)
@@ -178,26 +167,25 @@ TEST_F(OvraPermissionManagementTest, ListingByAppAsksOnceAndKeepsOnlyGoodAskedGr
     EXPECT_EQ(requests[0].Body(), (json{{"bundleName", BUNDLE}, {"userId", 100},
                                       {"permissionGroups", json::array({"LOCATION", "CAMERA", "MICROPHONE"})}}));
 
-    EXPECT_EQ(log.Count(LOG_WARN,
-                  "unrecognized permissionGroup='TELEPORT' of bundleName='com.example.ovra.maps' has no corresponding "
-                  "enum, drop the group."),
-        1U);
-    EXPECT_EQ(log.Count(LOG_WARN,
-                  "unrecognized state='SOMETIMES' of bundleName='com.example.ovra.maps', permissionGroup='MICROPHONE' "
-                  "has no corresponding enum, drop the group."),
-        1U);
-    EXPECT_EQ(log.Count(LOG_WARN, "unrecognized disabledReason='BECAUSE'"), 1U);
-    EXPECT_EQ(log.Count(LOG_ERROR, "checkedState=ALLOW not in shownStatesSet="), 1U);
-    EXPECT_EQ(log.Count(LOG_WARN,
-                  "inconsistent statePack of bundleName='com.example.ovra.maps', permissionGroup='MICROPHONE', drop "
-                  "the group."),
-        1U);
-    EXPECT_EQ(log.Count(LOG_WARN, "unrecognized state='' of bundleName='com.example.ovra.maps'"), 1U);
-    EXPECT_EQ(log.Count(LOG_WARN, "bundleName='', permissionGroup='MICROPHONE' misses its bundleName or uid"), 1U);
-    EXPECT_EQ(log.Count(LOG_WARN, "unasked bundleName='com.example.other', permissionGroup=CAMERA in the answer"), 1U);
-    EXPECT_EQ(log.Count(LOG_WARN, "unasked bundleName='com.example.ovra.maps', permissionGroup=CONTACTS"), 1U);
-    EXPECT_EQ(log.Count(LOG_WARN, "skip 1 elements of groups that are not objects."), 1U);
-    EXPECT_EQ(log.Count(LOG_INFO, "finish to receive with messageResponse=Result{code=0, message='ok'}"), 1U);
+    const std::pair<LogLevel, std::string> lines[] = {
+        {LOG_WARN, "unrecognized permissionGroup='TELEPORT' of bundleName='com.example.ovra.maps' has no "
+                   "corresponding enum, drop the group."},
+        {LOG_WARN, "unrecognized state='SOMETIMES' of bundleName='com.example.ovra.maps', "
+                   "permissionGroup='MICROPHONE' has no corresponding enum, drop the group."},
+        {LOG_WARN, "unrecognized disabledReason='BECAUSE'"},
+        {LOG_ERROR, "checkedState=ALLOW not in shownStatesSet="},
+        {LOG_WARN, "inconsistent statePack of bundleName='com.example.ovra.maps', permissionGroup='MICROPHONE', "
+                   "drop the group."},
+        {LOG_WARN, "unrecognized state='' of bundleName='com.example.ovra.maps'"},
+        {LOG_WARN, "bundleName='', permissionGroup='MICROPHONE' misses its bundleName or uid"},
+        {LOG_WARN, "unasked bundleName='com.example.other', permissionGroup=CAMERA in the answer"},
+        {LOG_WARN, "unasked bundleName='com.example.ovra.maps', permissionGroup=CONTACTS"},
+        {LOG_WARN, "skip 1 elements of groups that are not objects."},
+        {LOG_INFO, "finish to receive with messageResponse=Result{code=0, message='ok'}"},
+    };
+    for (const auto& [level, text] : lines) {
+        EXPECT_EQ(log.Count(level, text), 1U) << text;
+    }
 
     // Nothing to ask, nothing sent.
     EXPECT_TRUE(management_.GetAppPermissionGroupsByApp(BUNDLE, 100, {}).empty());

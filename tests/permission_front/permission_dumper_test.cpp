@@ -39,22 +39,17 @@ protected:
         return capture.Lines();
     }
 
-    Lines CameraLines() const
-    {
-        return {"OHOS, com.example.camera, " + std::to_string(camera_.uid) + ", " + std::to_string(camera_.tokenId),
-            "    CAMERA", "        checkedState=ALLOW", "        shownStates=[ALLOW, DENY]",
-            "        disabledStates={}", "        disabledReason=NONE", "        flags=[US]",
-            "            CAMERA, G, US"};
-    }
-    Lines MicrophoneLinesOf(const OHOS::AppExecFwk::Host::InstalledBundle& bundle, const std::string& checkedState,
-        const std::string& flags, const std::string& permission) const
+    // The eight lines of a native dual-state group of one permission.
+    static Lines GroupLines(const OHOS::AppExecFwk::Host::InstalledBundle& bundle, const std::string& group,
+        const std::string& checkedState, const std::string& flags, const std::string& permission)
     {
         return {
             "OHOS, " + bundle.bundleName + ", " + std::to_string(bundle.uid) + ", " + std::to_string(bundle.tokenId),
-            "    MICROPHONE", "        checkedState=" + checkedState, "        shownStates=[ALLOW, DENY]",
+            "    " + group, "        checkedState=" + checkedState, "        shownStates=[ALLOW, DENY]",
             "        disabledStates={}", "        disabledReason=NONE", "        flags=[" + flags + "]",
             "            " + permission};
     }
+    Lines CameraLines() const { return GroupLines(camera_, "CAMERA", "ALLOW", "US", "CAMERA, G, US"); }
 
     OHOS::AppExecFwk::Host::InstalledBundle camera_;
     OHOS::AppExecFwk::Host::InstalledBundle recorder_;
@@ -77,7 +72,7 @@ TEST_F(PermissionDumperTest, GetByAppPrintsTheNamedGroupsOrAll)
     // No group named: every group the app has, in whatever order the back-end gives them.
     const Lines all = Dump({"permission", "get-by-app", "com.example.camera", "100"});
     ASSERT_EQ(all.size(), 17U);
-    const Lines microphone = MicrophoneLinesOf(camera_, "DENY", "UF", "MICROPHONE, NG, UF");
+    const Lines microphone = GroupLines(camera_, "MICROPHONE", "DENY", "UF", "MICROPHONE, NG, UF");
     const Lines first(all.begin(), all.begin() + 8);
     const Lines second(all.begin() + 8, all.begin() + 16);
     EXPECT_TRUE((first == CameraLines() && second == microphone) || (first == microphone && second == CameraLines()))
@@ -103,8 +98,8 @@ TEST_F(PermissionDumperTest, GetByPermissionCoversTheUsersAppsWithContainerAppsF
         (Lines{"OVRA, com.example.ovra.talk, " + std::to_string(container.uid), "    MICROPHONE",
             "        checkedState=ALLOW", "        shownStates=[ALLOW, DENY]", "        disabledStates={}",
             "        disabledReason=NONE", "        flags=[US]"}));
-    const Lines cameraApp = MicrophoneLinesOf(camera_, "DENY", "UF", "MICROPHONE, NG, UF");
-    const Lines recorderApp = MicrophoneLinesOf(recorder_, "ALLOW", "", "MICROPHONE, G");
+    const Lines cameraApp = GroupLines(camera_, "MICROPHONE", "DENY", "UF", "MICROPHONE, NG, UF");
+    const Lines recorderApp = GroupLines(recorder_, "MICROPHONE", "ALLOW", "", "MICROPHONE, G");
     const Lines first(all.begin() + 7, all.begin() + 15);
     const Lines second(all.begin() + 15, all.begin() + 23);
     EXPECT_TRUE((first == cameraApp && second == recorderApp) || (first == recorderApp && second == cameraApp))

@@ -118,43 +118,53 @@ TEST_F(OhosPermissionManagementTest, SetChecksItsRequestInOrder)
         return errors.empty() ? std::string() : errors.front();
     };
 
-    EXPECT_EQ(refused("com.example.camera", camera_.uid, PermissionGroup::CAMERA, State::ALLOW),
-        "newCheckedState=ALLOW is same with currentCheckedState=ALLOW, please check.");
-    EXPECT_EQ(refused("com.example.camera", camera_.uid, PermissionGroup::CAMERA, State::ALLOW_ONLY_WHILE_IN_USE),
-        "newCheckedState=ALLOW_ONLY_WHILE_IN_USE is not in shownStates=[ALLOW, DENY], please check.");
-    EXPECT_EQ(refused("com.example.camera", camera_.uid, PermissionGroup::LOCATION, State::ALLOW),
-        "newCheckedState=ALLOW is not in shownStates=[ALLOW_ONLY_WHILE_IN_USE, DENY], please check.");
-
-    // The fixed camera is denied: setting DENY again is "same", before it is "disabled".
-    EXPECT_EQ(refused("com.example.fixed", fixed_.uid, PermissionGroup::CAMERA, State::DENY),
-        "newCheckedState=DENY is same with currentCheckedState=DENY, please check.");
     const auto fixedCamera = ReadGroup("com.example.fixed", PermissionGroup::CAMERA);
-    ASSERT_TRUE(fixedCamera.has_value());
-    EXPECT_EQ(refused("com.example.fixed", fixed_.uid, PermissionGroup::CAMERA, State::ALLOW),
-        "newCheckedState=ALLOW is in disabledStates=" + Util::FormatUtils::ToString(fixedCamera->GetDisabledStates()) +
-            ", disabledReason=POLICY_OR_SYSTEM_FIXED, please check.");
-    // A background-only location shows no while-in-use: "not shown" comes before "disabled".
-    EXPECT_EQ(refused("com.example.fixed", fixed_.uid, PermissionGroup::LOCATION, State::ALLOW_ONLY_WHILE_IN_USE),
-        "newCheckedState=ALLOW_ONLY_WHILE_IN_USE is not in shownStates=[ALLOW_ALL_THE_TIME, DENY], please check.");
     const auto invalidLocation = ReadGroup("com.example.fixed", PermissionGroup::LOCATION);
-    ASSERT_TRUE(invalidLocation.has_value());
-    EXPECT_EQ(refused("com.example.fixed", fixed_.uid, PermissionGroup::LOCATION, State::DENY),
-        "newCheckedState=DENY is in disabledStates=" +
-            Util::FormatUtils::ToString(invalidLocation->GetDisabledStates()) +
-            ", disabledReason=INVALID_REQUEST_PERMISSIONS_COMBINATION, please check.");
-
-    // No such group: an unknown app, an app without the group, a failing bundle manager.
-    EXPECT_EQ(refused("com.example.missing", 20010000, PermissionGroup::CAMERA, State::DENY),
-        "singleOhosAppPermissionGroups size != 1, for bundleName='com.example.missing', uid=20010000, "
-        "permissionGroup=CAMERA, please check.");
-    EXPECT_EQ(refused("com.example.quiet", camera_.uid, PermissionGroup::CAMERA, State::DENY),
-        "singleOhosAppPermissionGroups size != 1, for bundleName='com.example.quiet', uid=" +
-            std::to_string(camera_.uid) + ", permissionGroup=CAMERA, please check.");
+    ASSERT_TRUE(fixedCamera.has_value() && invalidLocation.has_value());
+    const std::string camera = std::to_string(camera_.uid);
+    const auto noGroup = [](const std::string& bundleName, const std::string& uid) {
+        return "singleOhosAppPermissionGroups size != 1, for bundleName='" + bundleName + "', uid=" + uid +
+               ", permissionGroup=CAMERA, please check.";
+    };
+    const struct {
+        std::string bundleName;
+        int32_t uid;
+        PermissionGroup group;
+        State state;
+        std::string error;
+    } rows[] = {
+        {"com.example.camera", camera_.uid, PermissionGroup::CAMERA, State::ALLOW,
+            "newCheckedState=ALLOW is same with currentCheckedState=ALLOW, please check."},
+        {"com.example.camera", camera_.uid, PermissionGroup::CAMERA, State::ALLOW_ONLY_WHILE_IN_USE,
+            "newCheckedState=ALLOW_ONLY_WHILE_IN_USE is not in shownStates=[ALLOW, DENY], please check."},
+        {"com.example.camera", camera_.uid, PermissionGroup::LOCATION, State::ALLOW,
+            "newCheckedState=ALLOW is not in shownStates=[ALLOW_ONLY_WHILE_IN_USE, DENY], please check."},
+        // The fixed camera is denied: setting DENY again is "same", before it is "disabled".
+        {"com.example.fixed", fixed_.uid, PermissionGroup::CAMERA, State::DENY,
+            "newCheckedState=DENY is same with currentCheckedState=DENY, please check."},
+        {"com.example.fixed", fixed_.uid, PermissionGroup::CAMERA, State::ALLOW,
+            "newCheckedState=ALLOW is in disabledStates=" +
+                Util::FormatUtils::ToString(fixedCamera->GetDisabledStates()) +
+                ", disabledReason=POLICY_OR_SYSTEM_FIXED, please check."},
+        // A background-only location shows no while-in-use: "not shown" comes before "disabled".
+        {"com.example.fixed", fixed_.uid, PermissionGroup::LOCATION, State::ALLOW_ONLY_WHILE_IN_USE,
+            "newCheckedState=ALLOW_ONLY_WHILE_IN_USE is not in shownStates=[ALLOW_ALL_THE_TIME, DENY], please check."},
+        {"com.example.fixed", fixed_.uid, PermissionGroup::LOCATION, State::DENY,
+            "newCheckedState=DENY is in disabledStates=" +
+                Util::FormatUtils::ToString(invalidLocation->GetDisabledStates()) +
+                ", disabledReason=INVALID_REQUEST_PERMISSIONS_COMBINATION, please check."},
+        // No such group: an unknown app, an app without the group.
+        {"com.example.missing", 20010000, PermissionGroup::CAMERA, State::DENY,
+            noGroup("com.example.missing", "20010000")},
+        {"com.example.quiet", camera_.uid, PermissionGroup::CAMERA, State::DENY, noGroup("com.example.quiet", camera)},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(refused(row.bundleName, row.uid, row.group, row.state), row.error);
+    }
     {
         ScopedFault fault("BundleMgr::GetBundleInfoV9", ERR_BUNDLE_MANAGER_INTERNAL_ERROR);
         EXPECT_EQ(refused("com.example.camera", camera_.uid, PermissionGroup::CAMERA, State::DENY),
-            "singleOhosAppPermissionGroups size != 1, for bundleName='com.example.camera', uid=" +
-                std::to_string(camera_.uid) + ", permissionGroup=CAMERA, please check.");
+            noGroup("com.example.camera", camera));
     }
 
     // Nothing reached the platform.

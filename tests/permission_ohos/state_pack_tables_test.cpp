@@ -1,7 +1,9 @@
 // The state tables of the native groups, row by row, on apps installed on the host platform with
 // the grant states and flags of each row.
+#include <map>
 #include <optional>
 #include <set>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -23,22 +25,38 @@ Held Fixed(Held held, uint32_t flags)
 {
     return {held.granted, held.flags | flags};
 }
+const std::optional<Held> ABSENT = std::nullopt;
 
-// What the settings screen is to show for a row.
-struct Expected {
-    std::string checked;
-    std::vector<std::string> shown;
-    std::set<std::string> disabled;
-    std::string reason;
-};
+// A row's expectation in short letters: "checked | shown | disabled | reason", where W is while in
+// use, T all the time, A allow, K ask each time, D deny; reason "-" none, "F" fixed, "I" invalid.
+std::vector<std::string> Expand(const std::string& letters)
+{
+    static const std::map<char, std::string> NAMES = {{'W', "ALLOW_ONLY_WHILE_IN_USE"}, {'T', "ALLOW_ALL_THE_TIME"},
+        {'A', "ALLOW"}, {'K', "ASK_EACH_TIME"}, {'D', "DENY"}, {'-', "NONE"}, {'F', "POLICY_OR_SYSTEM_FIXED"},
+        {'I', "INVALID_REQUEST_PERMISSIONS_COMBINATION"}};
+    std::vector<std::string> names;
+    for (char letter : letters) {
+        if (letter != ' ') {
+            names.push_back(NAMES.at(letter));
+        }
+    }
+    return names;
+}
 
-void ExpectGroup(const std::optional<OhosAppPermissionGroup>& group, const Expected& expected)
+void ExpectGroup(const std::optional<OhosAppPermissionGroup>& group, const std::string& expected)
 {
     ASSERT_TRUE(group.has_value());
-    EXPECT_EQ(group->GetCheckedState().GetName(), expected.checked);
-    EXPECT_EQ(Names(group->GetShownStates()), expected.shown);
-    EXPECT_EQ(Names(group->GetDisabledStates()), expected.disabled);
-    EXPECT_EQ(group->GetDisabledReason().GetName(), expected.reason);
+    std::vector<std::string> parts;
+    std::stringstream stream(expected);
+    for (std::string part; std::getline(stream, part, '|');) {
+        parts.push_back(part);
+    }
+    ASSERT_EQ(parts.size(), 4U) << expected;
+    const auto disabled = Expand(parts[2]);
+    EXPECT_EQ(std::vector<std::string>{group->GetCheckedState().GetName()}, Expand(parts[0]));
+    EXPECT_EQ(Names(group->GetShownStates()), Expand(parts[1]));
+    EXPECT_EQ(Names(group->GetDisabledStates()), std::set<std::string>(disabled.begin(), disabled.end()));
+    EXPECT_EQ(std::vector<std::string>{group->GetDisabledReason().GetName()}, Expand(parts[3]));
 }
 
 class StatePackTablesTest : public DeviceTest {
@@ -51,91 +69,59 @@ protected:
         return ReadGroup(bundleName, group);
     }
 
+    // F is the approximate location (foreground), B the background location.
+    std::optional<OhosAppPermissionGroup> ReadLocation(std::optional<Held> foreground, std::optional<Held> background)
+    {
+        std::vector<Requested> requested;
+        if (foreground.has_value()) {
+            requested.push_back({Name(OhosPermission::APPROXIMATELY_LOCATION), foreground->granted, foreground->flags});
+        }
+        if (background.has_value()) {
+            requested.push_back({Name(OhosPermission::LOCATION_IN_BACKGROUND), background->granted, background->flags});
+        }
+        return Read(PermissionGroup::LOCATION, requested);
+    }
+
 private:
     int next_ = 0;
 };
 
-const std::vector<std::string> WIU_ATT_DENY = {"ALLOW_ONLY_WHILE_IN_USE", "ALLOW_ALL_THE_TIME", "DENY"};
-const std::vector<std::string> WIU_DENY = {"ALLOW_ONLY_WHILE_IN_USE", "DENY"};
-const std::vector<std::string> ATT_DENY = {"ALLOW_ALL_THE_TIME", "DENY"};
-const std::set<std::string> NONE_DISABLED = {};
-
-// F is the approximate location (foreground), B the background location.
-struct LocationRow {
-    const char* name;
-    std::optional<Held> foreground;
-    std::optional<Held> background;
-    Expected expected;
-};
-
-std::vector<Requested> LocationRequest(const LocationRow& row)
-{
-    std::vector<Requested> requested;
-    if (row.foreground.has_value()) {
-        requested.push_back(
-            {Name(OhosPermission::APPROXIMATELY_LOCATION), row.foreground->granted, row.foreground->flags});
-    }
-    if (row.background.has_value()) {
-        requested.push_back(
-            {Name(OhosPermission::LOCATION_IN_BACKGROUND), row.background->granted, row.background->flags});
-    }
-    return requested;
-}
-
 TEST_F(StatePackTablesTest, LocationCheckedShownAndDisabledStates)
 {
-    const std::vector<LocationRow> rows = {
-        // Checked state: F and FG and not BG gives while in use.
-        {"F granted", G, std::nullopt, {"ALLOW_ONLY_WHILE_IN_USE", WIU_DENY, NONE_DISABLED, "NONE"}},
-        {"F granted, B denied", G, N, {"ALLOW_ONLY_WHILE_IN_USE", WIU_ATT_DENY, NONE_DISABLED, "NONE"}},
-        // F and FG and BG: all the time.
-        {"F granted, B granted", G, G, {"ALLOW_ALL_THE_TIME", WIU_ATT_DENY, NONE_DISABLED, "NONE"}},
-        // Not F and BG: all the time, but nothing can be chosen for such a request.
-        {"B granted alone", std::nullopt, G,
-            {"ALLOW_ALL_THE_TIME", ATT_DENY, {"ALLOW_ALL_THE_TIME", "DENY"},
-                "INVALID_REQUEST_PERMISSIONS_COMBINATION"}},
-        // Every other case: deny.
-        {"F denied", N, std::nullopt, {"DENY", WIU_DENY, NONE_DISABLED, "NONE"}},
-        {"F denied, B granted", N, G, {"DENY", WIU_ATT_DENY, NONE_DISABLED, "NONE"}},
-        {"F denied, B denied", N, N, {"DENY", WIU_ATT_DENY, NONE_DISABLED, "NONE"}},
-        {"B denied alone", std::nullopt, N,
-            {"DENY", ATT_DENY, {"ALLOW_ALL_THE_TIME", "DENY"}, "INVALID_REQUEST_PERMISSIONS_COMBINATION"}},
-        // The invalid combination wins over fixed.
-        {"B granted alone, system fixed", std::nullopt, Fixed(G, SF),
-            {"ALLOW_ALL_THE_TIME", ATT_DENY, {"ALLOW_ALL_THE_TIME", "DENY"},
-                "INVALID_REQUEST_PERMISSIONS_COMBINATION"}},
-
-        // While in use is hidden when B is granted and fixed and F is adjustable...
-        {"F granted, B granted policy fixed", G, Fixed(G, PF), {"ALLOW_ALL_THE_TIME", ATT_DENY, NONE_DISABLED, "NONE"}},
-        {"F denied, B granted system fixed", N, Fixed(G, SF), {"DENY", ATT_DENY, NONE_DISABLED, "NONE"}},
-        // ...and shown again when F is fixed too.
-        {"F and B granted, both fixed", Fixed(G, SF), Fixed(G, PF),
-            {"ALLOW_ALL_THE_TIME", WIU_ATT_DENY, {"ALLOW_ONLY_WHILE_IN_USE", "ALLOW_ALL_THE_TIME", "DENY"},
-                "POLICY_OR_SYSTEM_FIXED"}},
-        // All the time is hidden when B is denied and fixed and F is adjustable...
-        {"F granted, B denied system fixed", G, Fixed(N, SF),
-            {"ALLOW_ONLY_WHILE_IN_USE", WIU_DENY, NONE_DISABLED, "NONE"}},
-        {"F denied, B denied policy fixed", N, Fixed(N, PF), {"DENY", WIU_DENY, NONE_DISABLED, "NONE"}},
-        // ...and shown again when F is fixed too.
-        {"F denied policy fixed, B denied system fixed", Fixed(N, PF), Fixed(N, SF),
-            {"DENY", WIU_ATT_DENY, {"ALLOW_ONLY_WHILE_IN_USE", "ALLOW_ALL_THE_TIME", "DENY"},
-                "POLICY_OR_SYSTEM_FIXED"}},
-
-        // Disabled: a fixed F greys everything out, but the reason says fixed only when B is too.
-        {"F granted system fixed", Fixed(G, SF), std::nullopt,
-            {"ALLOW_ONLY_WHILE_IN_USE", WIU_DENY, {"ALLOW_ONLY_WHILE_IN_USE", "DENY"}, "POLICY_OR_SYSTEM_FIXED"}},
-        {"F granted system fixed, B adjustable", Fixed(G, SF), N,
-            {"ALLOW_ONLY_WHILE_IN_USE", WIU_ATT_DENY, {"ALLOW_ONLY_WHILE_IN_USE", "ALLOW_ALL_THE_TIME", "DENY"},
-                "NONE"}},
-        {"F denied policy fixed, B granted", Fixed(N, PF), G,
-            {"DENY", WIU_ATT_DENY, {"ALLOW_ONLY_WHILE_IN_USE", "ALLOW_ALL_THE_TIME", "DENY"}, "NONE"}},
-        // User flags change nothing of the states.
-        {"F granted user fixed, B denied user set", Fixed(G, UF), Fixed(N, US),
-            {"ALLOW_ONLY_WHILE_IN_USE", WIU_ATT_DENY, NONE_DISABLED, "NONE"}},
+    const struct {
+        const char* name;
+        std::optional<Held> foreground;
+        std::optional<Held> background;
+        const char* expected;
+    } rows[] = {
+        // Checked: F and not BG gives while in use; F and BG all the time; BG alone all the time,
+        // but nothing can be chosen for such a request; every other case deny.
+        {"F granted", G, ABSENT, "W|WD||-"},
+        {"F granted, B denied", G, N, "W|WTD||-"},
+        {"F granted, B granted", G, G, "T|WTD||-"},
+        {"B granted alone", ABSENT, G, "T|TD|TD|I"},
+        {"F denied", N, ABSENT, "D|WD||-"},
+        {"F denied, B granted", N, G, "D|WTD||-"},
+        {"F denied, B denied", N, N, "D|WTD||-"},
+        {"B denied alone", ABSENT, N, "D|TD|TD|I"},
+        {"B granted alone, system fixed: invalid wins", ABSENT, Fixed(G, SF), "T|TD|TD|I"},
+        // While in use hidden when B is granted and fixed and F adjustable; shown again when F is fixed too.
+        {"F granted, B granted policy fixed", G, Fixed(G, PF), "T|TD||-"},
+        {"F denied, B granted system fixed", N, Fixed(G, SF), "D|TD||-"},
+        {"F and B granted, both fixed", Fixed(G, SF), Fixed(G, PF), "T|WTD|WTD|F"},
+        // All the time hidden when B is denied and fixed and F adjustable; shown again when F is fixed too.
+        {"F granted, B denied system fixed", G, Fixed(N, SF), "W|WD||-"},
+        {"F denied, B denied policy fixed", N, Fixed(N, PF), "D|WD||-"},
+        {"F denied policy fixed, B denied system fixed", Fixed(N, PF), Fixed(N, SF), "D|WTD|WTD|F"},
+        // A fixed F greys everything out, but the reason says fixed only when B is too.
+        {"F granted system fixed", Fixed(G, SF), ABSENT, "W|WD|WD|F"},
+        {"F granted system fixed, B adjustable", Fixed(G, SF), N, "W|WTD|WTD|-"},
+        {"F denied policy fixed, B granted", Fixed(N, PF), G, "D|WTD|WTD|-"},
+        {"user flags change nothing", Fixed(G, UF), Fixed(N, US), "W|WTD||-"},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
-        ExpectGroup(Read(PermissionGroup::LOCATION, LocationRequest(row)), row.expected);
+        ExpectGroup(ReadLocation(row.foreground, row.background), row.expected);
     }
 }
 
@@ -143,7 +129,7 @@ TEST_F(StatePackTablesTest, EveryLocationCombinationGivesAConsistentGroup)
 {
     // Any grant state and fixing of each side must give a pack that StatePack::Create accepts: a
     // checked state the table cannot show would make the group vanish from the settings.
-    std::vector<std::optional<Held>> variants = {std::nullopt};
+    std::vector<std::optional<Held>> variants = {ABSENT};
     for (bool granted : {true, false}) {
         for (uint32_t fixed : {0U, SF, PF}) {
             variants.push_back(Held{granted, fixed});
@@ -155,10 +141,8 @@ TEST_F(StatePackTablesTest, EveryLocationCombinationGivesAConsistentGroup)
             if (!foreground.has_value() && !background.has_value()) {
                 continue;
             }
-            const LocationRow row = {"", foreground, background, {}};
-            const auto group = Read(PermissionGroup::LOCATION, LocationRequest(row));
-            ASSERT_TRUE(group.has_value()) << "foreground " << foreground.has_value() << " background "
-                                           << background.has_value() << " combination " << combinations;
+            const auto group = ReadLocation(foreground, background);
+            ASSERT_TRUE(group.has_value()) << "combination " << combinations;
             EXPECT_EQ(group->GetShownStates().back(), State::DENY);
             ++combinations;
         }
@@ -166,62 +150,53 @@ TEST_F(StatePackTablesTest, EveryLocationCombinationGivesAConsistentGroup)
     EXPECT_EQ(combinations, 48);
 }
 
-TEST_F(StatePackTablesTest, PasteboardAsksEachTimeWhenAllowedThisTime)
+TEST_F(StatePackTablesTest, PasteboardAndDualStateRules)
 {
-    const std::vector<std::string> shown = {"ASK_EACH_TIME", "ALLOW_ALL_THE_TIME", "DENY"};
-    const std::set<std::string> allShown(shown.begin(), shown.end());
     const struct {
         const char* name;
-        Held pasteboard;
-        Expected expected;
+        PermissionGroup group;
+        std::vector<std::pair<const OhosPermission*, Held>> held;
+        const char* expected;
     } rows[] = {
-        {"allowed this time, revoked", Fixed(N, ATT), {"ASK_EACH_TIME", shown, NONE_DISABLED, "NONE"}},
-        {"allowed this time, granted", Fixed(G, ATT), {"ASK_EACH_TIME", shown, NONE_DISABLED, "NONE"}},
-        {"granted", G, {"ALLOW_ALL_THE_TIME", shown, NONE_DISABLED, "NONE"}},
-        {"denied", N, {"DENY", shown, NONE_DISABLED, "NONE"}},
-        {"granted system fixed", Fixed(G, SF), {"ALLOW_ALL_THE_TIME", shown, allShown, "POLICY_OR_SYSTEM_FIXED"}},
-        {"allowed this time, policy fixed", Fixed(N, ATT | PF),
-            {"ASK_EACH_TIME", shown, allShown, "POLICY_OR_SYSTEM_FIXED"}},
+        // The pasteboard asks each time when allowed this time, whatever its grant state.
+        {"pasteboard allowed this time, revoked", PermissionGroup::PASTEBOARD,
+            {{&OhosPermission::READ_PASTEBOARD, Fixed(N, ATT)}}, "K|KTD||-"},
+        {"pasteboard allowed this time, granted", PermissionGroup::PASTEBOARD,
+            {{&OhosPermission::READ_PASTEBOARD, Fixed(G, ATT)}}, "K|KTD||-"},
+        {"pasteboard granted", PermissionGroup::PASTEBOARD, {{&OhosPermission::READ_PASTEBOARD, G}}, "T|KTD||-"},
+        {"pasteboard denied", PermissionGroup::PASTEBOARD, {{&OhosPermission::READ_PASTEBOARD, N}}, "D|KTD||-"},
+        {"pasteboard system fixed", PermissionGroup::PASTEBOARD,
+            {{&OhosPermission::READ_PASTEBOARD, Fixed(G, SF)}}, "T|KTD|KTD|F"},
+        {"pasteboard allowed this time, policy fixed", PermissionGroup::PASTEBOARD,
+            {{&OhosPermission::READ_PASTEBOARD, Fixed(N, ATT | PF)}}, "K|KTD|KTD|F"},
+        // Dual state: some but not all fixed, only the adjustable permissions count; all fixed,
+        // every permission counts and nothing can be chosen.
+        {"contacts both granted", PermissionGroup::CONTACTS,
+            {{&OhosPermission::READ_CONTACTS, G}, {&OhosPermission::WRITE_CONTACTS, G}}, "A|AD||-"},
+        {"contacts one denied", PermissionGroup::CONTACTS,
+            {{&OhosPermission::READ_CONTACTS, G}, {&OhosPermission::WRITE_CONTACTS, N}}, "D|AD||-"},
+        {"contacts fixed granted, adjustable denied", PermissionGroup::CONTACTS,
+            {{&OhosPermission::READ_CONTACTS, Fixed(G, SF)}, {&OhosPermission::WRITE_CONTACTS, N}}, "D|AD||-"},
+        {"contacts fixed denied, adjustable granted", PermissionGroup::CONTACTS,
+            {{&OhosPermission::READ_CONTACTS, Fixed(N, PF)}, {&OhosPermission::WRITE_CONTACTS, G}}, "A|AD||-"},
+        {"contacts all fixed granted", PermissionGroup::CONTACTS,
+            {{&OhosPermission::READ_CONTACTS, Fixed(G, SF)}, {&OhosPermission::WRITE_CONTACTS, Fixed(G, PF)}},
+            "A|AD|AD|F"},
+        {"contacts all fixed, one denied", PermissionGroup::CONTACTS,
+            {{&OhosPermission::READ_CONTACTS, Fixed(G, SF)}, {&OhosPermission::WRITE_CONTACTS, Fixed(N, SF)}},
+            "D|AD|AD|F"},
+        {"camera, a group of one", PermissionGroup::CAMERA, {{&OhosPermission::CAMERA, G}}, "A|AD||-"},
+        {"precise location has no background", PermissionGroup::PRECISE_LOCATION, {{&OhosPermission::LOCATION, N}},
+            "D|AD||-"},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
-        ExpectGroup(Read(PermissionGroup::PASTEBOARD,
-                        {{Name(OhosPermission::READ_PASTEBOARD), row.pasteboard.granted, row.pasteboard.flags}}),
-            row.expected);
+        std::vector<Requested> requested;
+        for (const auto& [permission, held] : row.held) {
+            requested.push_back({Name(*permission), held.granted, held.flags});
+        }
+        ExpectGroup(Read(row.group, requested), row.expected);
     }
-}
-
-TEST_F(StatePackTablesTest, DualStateGroupsAllowOrDeny)
-{
-    const std::vector<std::string> shown = {"ALLOW", "DENY"};
-    const std::set<std::string> allShown = {"ALLOW", "DENY"};
-    const struct {
-        const char* name;
-        Held read;   // READ_CONTACTS
-        Held write;  // WRITE_CONTACTS
-        Expected expected;
-    } rows[] = {
-        {"both granted", G, G, {"ALLOW", shown, NONE_DISABLED, "NONE"}},
-        {"one denied", G, N, {"DENY", shown, NONE_DISABLED, "NONE"}},
-        // Some but not all fixed: only the adjustable permissions count.
-        {"fixed granted, adjustable denied", Fixed(G, SF), N, {"DENY", shown, NONE_DISABLED, "NONE"}},
-        {"fixed denied, adjustable granted", Fixed(N, PF), G, {"ALLOW", shown, NONE_DISABLED, "NONE"}},
-        // All fixed: every permission counts, and nothing can be chosen.
-        {"all fixed granted", Fixed(G, SF), Fixed(G, PF), {"ALLOW", shown, allShown, "POLICY_OR_SYSTEM_FIXED"}},
-        {"all fixed, one denied", Fixed(G, SF), Fixed(N, SF), {"DENY", shown, allShown, "POLICY_OR_SYSTEM_FIXED"}},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.name);
-        ExpectGroup(Read(PermissionGroup::CONTACTS,
-                        {{Name(OhosPermission::READ_CONTACTS), row.read.granted, row.read.flags},
-                            {Name(OhosPermission::WRITE_CONTACTS), row.write.granted, row.write.flags}}),
-            row.expected);
-    }
-    // A group of one permission, and the precise location, which has no background permission.
-    ExpectGroup(Read(PermissionGroup::CAMERA, {{Name(OhosPermission::CAMERA), true, 0}}),
-        {"ALLOW", shown, NONE_DISABLED, "NONE"});
-    ExpectGroup(Read(PermissionGroup::PRECISE_LOCATION, {{Name(OhosPermission::LOCATION), false, 0}}),
-        {"DENY", shown, NONE_DISABLED, "NONE"});
 }
 
 TEST_F(StatePackTablesTest, FlagWordTellsUserSetAndUserFixed)
@@ -236,8 +211,7 @@ TEST_F(StatePackTablesTest, FlagWordTellsUserSetAndUserFixed)
         {US, 0, 1, "(ALLOW, [ALLOW, DENY], {}, NONE, US)"},
         {UF, 0, 2, "(ALLOW, [ALLOW, DENY], {}, NONE, UF)"},
         {US | UF, 0, 3, "(ALLOW, [ALLOW, DENY], {}, NONE, US, UF)"},
-        // The other platform bits do not count in the word.
-        {GBP | CS | ATT, 0, 0, "(ALLOW, [ALLOW, DENY], {}, NONE)"},
+        {GBP | CS | ATT, 0, 0, "(ALLOW, [ALLOW, DENY], {}, NONE)"},  // the other platform bits do not count
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.text);

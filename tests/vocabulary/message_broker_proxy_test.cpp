@@ -68,7 +68,6 @@ TEST_F(MessageBrokerProxyTest, WithoutBrokerEveryRequestIsRefusedAndRegistration
     EXPECT_EQ(result.code, -1);
     EXPECT_EQ(result.message, "we have no container trel service broker");
     EXPECT_TRUE(result.data.empty());
-    EXPECT_EQ(result.ToString(), "Result{code=-1, message='we have no container trel service broker'}");
 
     EXPECT_EQ(proxy.RegisterReceiver("ohos/clone", nullptr), 0);
     EXPECT_EQ(proxy.RegisterReceiver("ohos/clone", std::make_shared<ProbeReceiver>()), 0);
@@ -86,8 +85,6 @@ TEST_F(MessageBrokerProxyTest, WithoutBrokerEveryRequestIsRefusedAndRegistration
 TEST_F(MessageBrokerProxyTest, IsThePlatformMessageModuleWithItsDumpLine)
 {
     auto& proxy = MessageBrokerProxy::GetInstance();
-    EXPECT_EQ(proxy.GetModuleName(), "message");
-    EXPECT_EQ(proxy.GetModuleType(), Module::ModuleType::PLATFORM);
     EXPECT_EQ(proxy.ToString(), "(message, PLATFORM, 0)");
 
     AspTest::FdCapture dump;

@@ -104,54 +104,30 @@ TEST(PermissionVocabularyTest, PermissionNamesConvertExactly)
     EXPECT_FALSE(OhosPermission::ConvertFromEnumName("ohos.permission.CAMERA").has_value());
 }
 
-TEST(PermissionVocabularyTest, OnlyBackgroundLocationIsBackground)
-{
-    for (const auto& permission : OhosPermission::VALUES) {
-        EXPECT_EQ(permission.IsBackground(), permission == OhosPermission::LOCATION_IN_BACKGROUND)
-            << permission.GetName();
-    }
-}
-
 class NearLinkParameterTest : public testing::Test {
 protected:
     void SetUp() override { OHOS::system::Host::ParameterHost::Reset(); }
     void TearDown() override { OHOS::system::Host::ParameterHost::Reset(); }
-
-    // Every constant but NearLink answers true, whatever the parameter says.
-    static void ExpectOthersEnabled()
-    {
-        for (const auto& permission : OhosPermission::VALUES) {
-            if (permission != OhosPermission::ACCESS_NEARLINK) {
-                EXPECT_TRUE(permission.IsEnable()) << permission.GetName();
-            }
-        }
-    }
 };
 
+// Each row is a fresh boot declaring the parameter: an earlier answer must not be remembered, and
+// every constant but NearLink answers true whatever the parameter says.
 TEST_F(NearLinkParameterTest, IsEnableReadsTheParameterOnEveryCall)
 {
-    const auto& nearLink = OhosPermission::ACCESS_NEARLINK;
-    EXPECT_FALSE(nearLink.IsEnable());
-    ExpectOthersEnabled();
-
-    ASSERT_TRUE(OHOS::system::SetParameter("const.nearlink.enable", "true"));
-    EXPECT_TRUE(nearLink.IsEnable());
-    ExpectOthersEnabled();
-
-    // A fresh boot that declares it off: the earlier answer must not be remembered.
-    OHOS::system::Host::ParameterHost::Reset();
-    ASSERT_TRUE(OHOS::system::SetParameter("const.nearlink.enable", "false"));
-    EXPECT_FALSE(nearLink.IsEnable());
-    ExpectOthersEnabled();
-
-    OHOS::system::Host::ParameterHost::Reset();
-    ASSERT_TRUE(OHOS::system::SetParameter("const.nearlink.enable", "1"));
-    EXPECT_TRUE(nearLink.IsEnable());
-
-    // Neither true nor false: the default, off.
-    OHOS::system::Host::ParameterHost::Reset();
-    ASSERT_TRUE(OHOS::system::SetParameter("const.nearlink.enable", "maybe"));
-    EXPECT_FALSE(nearLink.IsEnable());
+    const struct {
+        const char* value;  // nullptr: not declared
+        bool enabled;
+    } rows[] = {{nullptr, false}, {"true", true}, {"false", false}, {"1", true}, {"maybe", false}};
+    for (const auto& row : rows) {
+        OHOS::system::Host::ParameterHost::Reset();
+        if (row.value != nullptr) {
+            ASSERT_TRUE(OHOS::system::SetParameter("const.nearlink.enable", row.value));
+        }
+        for (const auto& permission : OhosPermission::VALUES) {
+            EXPECT_EQ(permission.IsEnable(), permission != OhosPermission::ACCESS_NEARLINK || row.enabled)
+                << permission.GetName() << " with " << (row.value == nullptr ? "nothing" : row.value);
+        }
+    }
 }
 
 }  // namespace
