@@ -67,7 +67,7 @@ TEST(OvraAppPermissionGroupTest, ReadsAContainerGroupAndPrintsItLikeANativeOne)
     group = OvraAppPermissionGroup::Create(dto);
     ASSERT_TRUE(group.has_value());
     EXPECT_EQ(group->GetStatePack().ToString(),
-        "(ALLOW_ONLY_WHILE_IN_USE, [ALLOW_ALL_THE_TIME, ALLOW_ONLY_WHILE_IN_USE, ASK_EACH_TIME, DENY], {}, NONE)");
+        "(ALLOW_ONLY_WHILE_IN_USE, [ALLOW_ALL_THE_TIME, ALLOW_ONLY_WHILE_IN_USE, ASK_EACH_TIME, DENY], {}, NONE)");    EXPECT_EQ(group->GetFlags(), 0);
 }
 
 TEST(OvraDtoTest, RecordsRoundTripAndMistypedMembersAreNamed)
