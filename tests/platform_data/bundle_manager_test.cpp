@@ -289,53 +289,37 @@ TEST_F(BundleManagerTest, SystemUserBundlesAnswerForEveryUser)
     EXPECT_EQ(infos.size(), 1u);  // only the system user's
 }
 
-TEST_F(BundleManagerTest, AbilityFourHundredOneAndTheBrokerPaths)
+TEST_F(BundleManagerTest, AbilityFourHundredOneAnswersThroughItsProxy)
 {
     const auto app = Install("com.example.a", 100);
     sptr<IRemoteObject> object = BundleMgrObject();
     ASSERT_NE(object, nullptr);
     EXPECT_FALSE(object->IsProxyObject());
     EXPECT_EQ(object->GetObjectDescriptor(), u"ohos.appexecfwk.BundleMgr");
-
-    // A local object: the broker answers the manager itself.
-    sptr<IBundleMgr> direct = iface_cast<IBundleMgr>(object);
+    sptr<IBundleMgr> direct = iface_cast<IBundleMgr>(object);  // a local object: the manager itself
     ASSERT_NE(direct, nullptr);
     EXPECT_EQ(direct->GetUidByBundleName("com.example.a", 100), app.uid);
-    sptr<IRemoteBroker> broker = BrokerRegistration::Get().NewInstance(IBundleMgr::GetDescriptor(), object);
-    EXPECT_NE(broker, nullptr);
 
-    // Presented as a proxy object with no creator registered: the broker has nothing, a directly
-    // constructed proxy works.
+    // Presented as a proxy object, every call goes through parcels and comes back whole.
     Bms().SetPresentedAsProxy(true);
     EXPECT_TRUE(object->IsProxyObject());
-    EXPECT_EQ(iface_cast<IBundleMgr>(object), nullptr);
-    sptr<IBundleMgr> proxy = new BundleMgrProxy(object);
-    EXPECT_EQ(proxy->GetUidByBundleName("com.example.a", 100), app.uid);
-    EXPECT_EQ(proxy->GetAppIdByBundleName("com.example.a", 100), app.appId);
+    BundleMgrProxy proxy(object);
+    EXPECT_EQ(proxy.GetUidByBundleName("com.example.a", 100), app.uid);
+    EXPECT_EQ(proxy.GetAppIdByBundleName("com.example.a", 100), app.appId);
     BundleInfo info;
-    ASSERT_EQ(proxy->GetBundleInfoV9("com.example.a", FLAG_APP | FLAG_PERMS, info, 100), ERR_OK);
+    ASSERT_EQ(proxy.GetBundleInfoV9("com.example.a", FLAG_APP | FLAG_PERMS, info, 100), ERR_OK);
     EXPECT_EQ(info.applicationInfo.accessTokenId, app.tokenId);
-    EXPECT_EQ(proxy->GetBundleInfoV9("com.example.zzz", FLAG_APP, info, 100), ERR_BUNDLE_MANAGER_BUNDLE_NOT_EXIST);
+    EXPECT_EQ(proxy.GetBundleInfoV9("com.example.zzz", FLAG_APP, info, 100), ERR_BUNDLE_MANAGER_BUNDLE_NOT_EXIST);
     std::vector<BundleInfo> infos;
-    ASSERT_EQ(proxy->GetBundleInfosV9(FLAG_APP, infos, 100), ERR_OK);
+    ASSERT_EQ(proxy.GetBundleInfosV9(FLAG_APP, infos, 100), ERR_OK);
     EXPECT_EQ(infos.size(), 1u);
     std::string name;
-    EXPECT_TRUE(proxy->GetBundleNameForUid(app.uid, name));
+    EXPECT_TRUE(proxy.GetBundleNameForUid(app.uid, name));
     EXPECT_EQ(name, "com.example.a");
-    EXPECT_NE(proxy->GetAppControlProxy(), nullptr);
-
-    // With the creator registered, the broker makes the proxy.
-    Bms().SetProxyCreatorRegistered(true);
-    sptr<IBundleMgr> brokered = iface_cast<IBundleMgr>(object);
-    ASSERT_NE(brokered, nullptr);
-    EXPECT_NE(dynamic_cast<BundleMgrProxy*>(brokered.GetRefPtr()), nullptr);
-    EXPECT_EQ(brokered->GetUidByBundleName("com.example.a", 100), app.uid);
-    Bms().SetProxyCreatorRegistered(false);
-    EXPECT_EQ(iface_cast<IBundleMgr>(object), nullptr);
+    EXPECT_NE(proxy.GetAppControlProxy(), nullptr);
 
     // A proxy on an object that is not the bundle manager fails every call.
-    sptr<IRemoteObject> stranger = AppExecFwk::Host::AppControlService::GetInstance().AsObject();
-    BundleMgrProxy lost(stranger);
+    BundleMgrProxy lost(AppExecFwk::Host::AppControlService::GetInstance().AsObject());
     EXPECT_EQ(lost.GetBundleInfoV9("com.example.a", FLAG_APP, info, 100), ERR_BUNDLE_MANAGER_INTERNAL_ERROR);
     EXPECT_EQ(lost.GetBundleInfosV9(FLAG_APP, infos, 100), ERR_BUNDLE_MANAGER_INTERNAL_ERROR);
     EXPECT_EQ(lost.GetUidByBundleName("com.example.a", 100), -1);
@@ -348,10 +332,6 @@ TEST_F(BundleManagerTest, AbilityFourHundredOneAndTheBrokerPaths)
     EXPECT_EQ(BundleMgrObject(), nullptr);
     Bms().RegisterWithSamgr();
     EXPECT_EQ(BundleMgrObject(), object);
-    OHOS::Host::SystemAbilityManager::GetInstance().Reset();
-    Bms().Reset();
-    ASSERT_NE(BundleMgrObject(), nullptr);
-    EXPECT_FALSE(BundleMgrObject()->IsProxyObject());
 }
 
 TEST_F(BundleManagerTest, FaultPointsFailDirectAndProxiedCalls)
@@ -367,28 +347,20 @@ TEST_F(BundleManagerTest, FaultPointsFailDirectAndProxiedCalls)
         EXPECT_EQ(proxy.GetBundleInfoV9("com.example.a", FLAG_APP, info, 100), ERR_OK);
     }
     {
-        ScopedFault fault("BundleMgr::GetBundleInfosV9", ERR_BUNDLE_MANAGER_INVALID_USER_ID);
-        EXPECT_EQ(proxy.GetBundleInfosV9(FLAG_APP, infos, 100), ERR_BUNDLE_MANAGER_INVALID_USER_ID);
-        EXPECT_EQ(proxy.GetBundleInfosV9(FLAG_APP, infos, 100), ERR_OK);
-    }
-    {
-        ScopedFault fault("BundleMgr::GetUidByBundleName", -1);
-        EXPECT_EQ(Bms().GetUidByBundleName("com.example.a", 100), -1);
-    }
-    {
-        ScopedFault fault("BundleMgr::GetUidByBundleName", 0);
+        ScopedFault infos("BundleMgr::GetBundleInfosV9", ERR_BUNDLE_MANAGER_INVALID_USER_ID);
+        ScopedFault uid("BundleMgr::GetUidByBundleName", 0);
+        ScopedFault appId("BundleMgr::GetAppIdByBundleName", 1);
+        ScopedFault appControl("BundleMgr::GetAppControlProxy", 1);
+        std::vector<BundleInfo> list;
+        EXPECT_EQ(proxy.GetBundleInfosV9(FLAG_APP, list, 100), ERR_BUNDLE_MANAGER_INVALID_USER_ID);
         EXPECT_EQ(proxy.GetUidByBundleName("com.example.a", 100), 0);  // "uid 0" on demand
-    }
-    EXPECT_EQ(proxy.GetUidByBundleName("com.example.a", 100), 100 * 200000 + 10000);
-    {
-        ScopedFault fault("BundleMgr::GetAppIdByBundleName", 1);
         EXPECT_EQ(proxy.GetAppIdByBundleName("com.example.a", 100), "");
-    }
-    EXPECT_NE(proxy.GetAppIdByBundleName("com.example.a", 100), "");
-    {
-        ScopedFault fault("BundleMgr::GetAppControlProxy", 1);
         EXPECT_EQ(proxy.GetAppControlProxy(), nullptr);
     }
+    // Each was armed for one call.
+    EXPECT_EQ(proxy.GetBundleInfosV9(FLAG_APP, infos, 100), ERR_OK);
+    EXPECT_EQ(proxy.GetUidByBundleName("com.example.a", 100), 100 * 200000 + 10000);
+    EXPECT_NE(proxy.GetAppIdByBundleName("com.example.a", 100), "");
     EXPECT_NE(proxy.GetAppControlProxy(), nullptr);
 }
 

@@ -114,20 +114,21 @@ TEST_F(PrivacyRecordTest, KitRecordsTheCurrentTimeAppStateAndScreenState)
     // Another application keeps the default state, the screen is the device's.
     ASSERT_EQ(PrivacyKit::AddPermissionUsedRecord(mapApp_, LOCATION, 1, 1, true), 0);
 
-    const auto records = Records().ListRecords();
-    ASSERT_EQ(records.size(), 3u);
-    EXPECT_EQ(records[0].timestamp, 1700000000000);
-    EXPECT_EQ(records[0].status, PERM_ACTIVE_IN_FOREGROUND);
-    EXPECT_EQ(records[0].lockScreenStatus, PERM_ACTIVE_IN_UNLOCKED);
-    EXPECT_EQ(records[0].successCount, 2);
-    EXPECT_EQ(records[0].type, NORMAL_TYPE);
-    EXPECT_EQ(records[1].timestamp, 1700000005000);
-    EXPECT_EQ(records[1].status, PERM_ACTIVE_IN_BACKGROUND);
-    EXPECT_EQ(records[1].lockScreenStatus, PERM_ACTIVE_IN_LOCKED);
-    EXPECT_EQ(records[1].failCount, 3);
-    EXPECT_EQ(records[1].type, PICKER_TYPE);
-    EXPECT_EQ(records[2].status, PERM_ACTIVE_IN_FOREGROUND);
-    EXPECT_EQ(records[2].lockScreenStatus, PERM_ACTIVE_IN_LOCKED);
+    // time, app state, screen state, successes, failures, type.
+    std::vector<std::string> listed;
+    for (const auto& r : Records().ListRecords()) {
+        listed.push_back(std::to_string(r.timestamp) + " " + std::to_string(r.status) + " " +
+                         std::to_string(r.lockScreenStatus) + " " + std::to_string(r.successCount) + " " +
+                         std::to_string(r.failCount) + " " + std::to_string(r.type));
+    }
+    const auto line = [](int64_t time, int32_t status, int32_t screen, int32_t success, int32_t fail, int32_t type) {
+        return std::to_string(time) + " " + std::to_string(status) + " " + std::to_string(screen) + " " +
+               std::to_string(success) + " " + std::to_string(fail) + " " + std::to_string(type);
+    };
+    EXPECT_EQ(listed,
+        (std::vector<std::string>{line(1700000000000, PERM_ACTIVE_IN_FOREGROUND, PERM_ACTIVE_IN_UNLOCKED, 2, 0, NORMAL_TYPE),
+            line(1700000005000, PERM_ACTIVE_IN_BACKGROUND, PERM_ACTIVE_IN_LOCKED, 0, 3, PICKER_TYPE),
+            line(1700000005000, PERM_ACTIVE_IN_FOREGROUND, PERM_ACTIVE_IN_LOCKED, 1, 1, NORMAL_TYPE)}));
 
     EXPECT_FALSE(Records().SetAppStatus(camApp_, PERM_INACTIVE));
     EXPECT_FALSE(Records().SetScreenStatus(0));
@@ -145,38 +146,46 @@ TEST_F(PrivacyRecordTest, KitRefusesWhatCannotBeRecorded)
     const AccessTokenID native = Host::AccessTokenService::GetInstance().CreateNativeToken(
         {"camera_service", 1047, TOKEN_NATIVE, {CAMERA}, INVALID_TOKENID});
     ASSERT_NE(native, INVALID_TOKENID);
-    EXPECT_EQ(PrivacyKit::AddPermissionUsedRecord(INVALID_TOKENID, CAMERA, 1, 0), ERR_PARAM_INVALID);
+    const struct {
+        AccessTokenID tokenId;
+        std::string permission;
+        int32_t success;
+        int32_t fail;
+        PermissionUsedType type;
+        int32_t code;
+    } rows[] = {{INVALID_TOKENID, CAMERA, 1, 0, NORMAL_TYPE, ERR_PARAM_INVALID},
+        {camApp_ + 1000, CAMERA, 1, 0, NORMAL_TYPE, ERR_TOKENID_NOT_EXIST},
+        {native, CAMERA, 1, 0, NORMAL_TYPE, ERR_PARAM_INVALID},
+        {mapApp_, MICROPHONE, 1, 0, NORMAL_TYPE, ERR_PERMISSION_NOT_EXIST},
+        {camApp_, "", 1, 0, NORMAL_TYPE, ERR_PARAM_INVALID}, {camApp_, CAMERA, 0, 0, NORMAL_TYPE, ERR_PARAM_INVALID},
+        {camApp_, CAMERA, -1, 2, NORMAL_TYPE, ERR_PARAM_INVALID},
+        {camApp_, CAMERA, 1, 0, PERM_USED_TYPE_BUTT, ERR_PARAM_INVALID},
+        {camApp_, CAMERA, 1, 0, INVALID_USED_TYPE, ERR_PARAM_INVALID}};
+    for (const auto& row : rows) {
+        AddPermParamInfo info;
+        info.tokenId = row.tokenId;
+        info.permissionName = row.permission;
+        info.successCount = row.success;
+        info.failCount = row.fail;
+        info.type = row.type;
+        EXPECT_EQ(PrivacyKit::AddPermissionUsedRecord(info), row.code) << row.permission << " " << row.success;
+    }
     EXPECT_EQ(PrivacyKit::AddPermissionUsedRecord(camApp_ + 1000, CAMERA, 1, 0), ERR_TOKENID_NOT_EXIST);
-    EXPECT_EQ(PrivacyKit::AddPermissionUsedRecord(native, CAMERA, 1, 0), ERR_PARAM_INVALID);
-    EXPECT_EQ(PrivacyKit::AddPermissionUsedRecord(mapApp_, MICROPHONE, 1, 0), ERR_PERMISSION_NOT_EXIST);
-    EXPECT_EQ(PrivacyKit::AddPermissionUsedRecord(camApp_, "", 1, 0), ERR_PARAM_INVALID);
-    EXPECT_EQ(PrivacyKit::AddPermissionUsedRecord(camApp_, CAMERA, 0, 0), ERR_PARAM_INVALID);
-    EXPECT_EQ(PrivacyKit::AddPermissionUsedRecord(camApp_, CAMERA, -1, 2), ERR_PARAM_INVALID);
-    AddPermParamInfo info;
-    info.tokenId = camApp_;
-    info.permissionName = CAMERA;
-    info.successCount = 1;
-    info.type = PERM_USED_TYPE_BUTT;
-    EXPECT_EQ(PrivacyKit::AddPermissionUsedRecord(info), ERR_PARAM_INVALID);
-    info.type = INVALID_USED_TYPE;
-    EXPECT_EQ(PrivacyKit::AddPermissionUsedRecord(info), ERR_PARAM_INVALID);
 
     // The host's explicit fields are checked as well.
-    UsageRecord record = Record(camApp_, CAMERA, 1000, 1);
-    record.status = PERM_INACTIVE;
-    EXPECT_EQ(Records().AddRecord(record), ERR_PARAM_INVALID);
-    record.status = PERM_ACTIVE_IN_BACKGROUND;
-    record.lockScreenStatus = 3;
-    EXPECT_EQ(Records().AddRecord(record), ERR_PARAM_INVALID);
-    record.lockScreenStatus = PERM_ACTIVE_IN_LOCKED;
-    record.timestamp = -5;
-    EXPECT_EQ(Records().AddRecord(record), ERR_PARAM_INVALID);
-    record.timestamp = 1000;
-    record.accessDuration = -1;
-    EXPECT_EQ(Records().AddRecord(record), ERR_PARAM_INVALID);
+    auto with = [this](int32_t status, int32_t screen, int64_t time, int64_t duration) {
+        UsageRecord record = Record(camApp_, CAMERA, time, 1);
+        record.status = status;
+        record.lockScreenStatus = screen;
+        record.accessDuration = duration;
+        return record;
+    };
+    EXPECT_EQ(Records().AddRecord(with(PERM_INACTIVE, PERM_ACTIVE_IN_LOCKED, 1000, 0)), ERR_PARAM_INVALID);
+    EXPECT_EQ(Records().AddRecord(with(PERM_ACTIVE_IN_BACKGROUND, 3, 1000, 0)), ERR_PARAM_INVALID);
+    EXPECT_EQ(Records().AddRecord(with(PERM_ACTIVE_IN_BACKGROUND, PERM_ACTIVE_IN_LOCKED, -5, 0)), ERR_PARAM_INVALID);
+    EXPECT_EQ(Records().AddRecord(with(PERM_ACTIVE_IN_BACKGROUND, PERM_ACTIVE_IN_LOCKED, 1000, -1)), ERR_PARAM_INVALID);
     EXPECT_EQ(Records().RecordCount(), 0u);
-    record.accessDuration = 30;
-    EXPECT_EQ(Records().AddRecord(record), 0);
+    EXPECT_EQ(Records().AddRecord(with(PERM_ACTIVE_IN_BACKGROUND, PERM_ACTIVE_IN_LOCKED, 1000, 30)), 0);
     EXPECT_EQ(Records().RecordCount(), 1u);
 }
 
@@ -229,27 +238,22 @@ TEST_F(PrivacyRecordTest, TimeRangeIncludesBothEnds)
     ASSERT_EQ(Records().AddRecords({Record(camApp_, CAMERA, 1000, 1), Record(camApp_, CAMERA, 2000, 10),
                   Record(camApp_, CAMERA, 3000, 100)}),
         0);
-    EXPECT_EQ(Counts(Query(camApp_, {}, 1000, 3000), camApp_, CAMERA).first, 111);
-    EXPECT_EQ(Counts(Query(camApp_, {}, 1001, 2999), camApp_, CAMERA).first, 10);
-    EXPECT_EQ(Counts(Query(camApp_, {}, 2000, 2000), camApp_, CAMERA).first, 10);
-    EXPECT_EQ(Counts(Query(camApp_, {}, 0, 1000), camApp_, CAMERA).first, 1);
-    EXPECT_EQ(Counts(Query(camApp_, {}, 3000, 0), camApp_, CAMERA).first, 100);  // no upper end
-    EXPECT_EQ(Counts(Query(camApp_, {}, 2001, 2999), camApp_, CAMERA).first, -1);
-    const auto echoed = Query(camApp_, {}, 1500, 2500);
-    EXPECT_EQ(echoed.beginTimeMillis, 1500);
-    EXPECT_EQ(echoed.endTimeMillis, 2500);
-
-    PermissionUsedRequest request;
-    PermissionUsedResult result;
-    request.beginTimeMillis = 3000;
-    request.endTimeMillis = 2000;
-    EXPECT_EQ(PrivacyKit::GetPermissionUsedRecords(request, result), ERR_PARAM_INVALID);
-    request.beginTimeMillis = -1;
-    request.endTimeMillis = 0;
-    EXPECT_EQ(PrivacyKit::GetPermissionUsedRecords(request, result), ERR_PARAM_INVALID);
-    request.beginTimeMillis = 0;
-    request.endTimeMillis = -1;
-    EXPECT_EQ(PrivacyKit::GetPermissionUsedRecords(request, result), ERR_PARAM_INVALID);
+    // begin, end (0: no upper end), access count (-1: nothing).
+    const int64_t rows[][3] = {{1000, 3000, 111}, {1001, 2999, 10}, {2000, 2000, 10}, {0, 1000, 1}, {3000, 0, 100},
+        {2001, 2999, -1}};
+    for (const auto& row : rows) {
+        const auto result = Query(camApp_, {}, row[0], row[1]);
+        EXPECT_EQ(Counts(result, camApp_, CAMERA).first, row[2]) << row[0] << ".." << row[1];
+        EXPECT_EQ(result.beginTimeMillis, row[0]);
+        EXPECT_EQ(result.endTimeMillis, row[1]);
+    }
+    for (const auto& bad : std::vector<std::pair<int64_t, int64_t>>{{3000, 2000}, {-1, 0}, {0, -1}}) {
+        PermissionUsedRequest request;
+        PermissionUsedResult result;
+        request.beginTimeMillis = bad.first;
+        request.endTimeMillis = bad.second;
+        EXPECT_EQ(PrivacyKit::GetPermissionUsedRecords(request, result), ERR_PARAM_INVALID) << bad.first;
+    }
 }
 
 TEST_F(PrivacyRecordTest, FlagsFilterByScreenAndAppState)
@@ -357,44 +361,6 @@ TEST_F(PrivacyRecordTest, HostProvisioningBulkListenerAndRemoval)
     Records().ClearRecords();
     EXPECT_EQ(Records().RecordCount(), 0u);
     EXPECT_TRUE(Query(INVALID_TOKENID, {}, 0, 0).bundleRecords.empty());
-}
-
-TEST_F(PrivacyRecordTest, ManyRecordsAddUpInOnePass)
-{
-    // Four weeks of a busy device, compressed: every record counted once, none lost.
-    std::vector<UsageRecord> records;
-    const std::vector<std::string> permissions = {CAMERA, MICROPHONE, LOCATION};
-    int64_t expectedCamAccess = 0;
-    int64_t expectedMapReject = 0;
-    for (int i = 0; i < 60000; ++i) {
-        const bool cam = (i % 2) == 0;
-        const std::string& permission = cam ? permissions[i % 3] : (i % 4 == 1 ? CAMERA : LOCATION);
-        UsageRecord record = Record(cam ? camApp_ : mapApp_, permission, 1000 + i, 1 + i % 3, i % 5 == 0 ? 1 : 0);
-        if (cam && record.permissionName == CAMERA) {
-            expectedCamAccess += record.successCount;
-        }
-        if (!cam) {
-            expectedMapReject += record.failCount;
-        }
-        records.push_back(record);
-    }
-    ASSERT_EQ(Records().AddRecords(records), 0);
-    EXPECT_EQ(Records().RecordCount(), 60000u);
-    EXPECT_EQ(Counts(Query(camApp_, {CAMERA}, 0, 0), camApp_, CAMERA).first, expectedCamAccess);
-    const auto map = Query(mapApp_, {}, 0, 0);
-    int64_t reject = 0;
-    for (const auto& record : map.bundleRecords.at(0).permissionRecords) {
-        reject += record.rejectCount;
-    }
-    EXPECT_EQ(reject, expectedMapReject);
-    const auto detail = Query(INVALID_TOKENID, {}, 30000, 30099, FLAG_PERMISSION_USAGE_DETAIL);
-    size_t details = 0;
-    for (const auto& bundle : detail.bundleRecords) {
-        for (const auto& record : bundle.permissionRecords) {
-            details += record.accessRecords.size();
-        }
-    }
-    EXPECT_EQ(details, 100u);
 }
 
 TEST_F(PrivacyRecordTest, FaultPointsFailOneCallWithTheArmedCode)
