@@ -141,7 +141,7 @@ TEST_F(SystemAbilityManagerTest, FirstRequestsShareOneStart)
     EXPECT_EQ(client->LoadSystemAbility(ABILITY_ID + 1, 1), Host::SAM_ERR_NO_SUCH_ABILITY);
 }
 
-TEST_F(SystemAbilityManagerTest, UnloadIdlesStopsAndStartsAgainOnDemand)
+TEST_F(SystemAbilityManagerTest, UnloadAsksIdleStopsAndStartsAgainOnDemand)
 {
     RecordingAbility ability;
     ASSERT_TRUE(SystemAbility::MakeAndRegisterAbility(&ability));
@@ -165,10 +165,22 @@ TEST_F(SystemAbilityManagerTest, UnloadIdlesStopsAndStartsAgainOnDemand)
     EXPECT_EQ(ability.Count("idle:INTERFACE_CALL"), 2U);
     EXPECT_EQ(ability.Count("stop"), 1U);
     EXPECT_EQ(sam_.CheckSystemAbility(ABILITY_ID), ability.Object());
+
+    // Asked again, it stops; a request while it stops waits for the stop, then starts it again.
     ability.idleAnswer = 0;
-    EXPECT_EQ(sam_.UnloadSystemAbility(ABILITY_ID), 0);
-    ASSERT_TRUE(sam_.WaitForUnloads(WAIT));
+    Gate stop;
+    ability.stopGate = &stop;
+    ASSERT_EQ(sam_.UnloadSystemAbility(ABILITY_ID), 0);
+    ASSERT_TRUE(stop.WaitReached());
+    EXPECT_EQ(sam_.CheckSystemAbility(ABILITY_ID), nullptr);  // unpublished while it stops
+    EXPECT_EQ(sam_.LoadSystemAbility(ABILITY_ID, 0), Host::SAM_ERR_TIMED_OUT);
+    auto request = std::async(std::launch::async, [this] { return sam_.GetSystemAbility(ABILITY_ID); });
+    EXPECT_EQ(request.wait_for(5ms), std::future_status::timeout);
+    stop.Open();
+    EXPECT_EQ(request.get(), ability.Object());
     EXPECT_EQ(ability.Count("stop"), 2U);
+    EXPECT_EQ(ability.Count("start:INTERFACE_CALL"), 3U);
+    EXPECT_EQ(ability.Events().back(), "start:INTERFACE_CALL");
 }
 
 TEST_F(SystemAbilityManagerTest, CancelIdleStopsOnlyAnUnloadNotYetIdling)
@@ -201,26 +213,6 @@ TEST_F(SystemAbilityManagerTest, CancelIdleStopsOnlyAnUnloadNotYetIdling)
     ASSERT_TRUE(sam_.WaitForUnloads(WAIT));
     EXPECT_EQ(ability.Count("stop"), 1U);
     EXPECT_TRUE(ability.CancelIdle());  // stopped: nothing pending any more
-}
-
-TEST_F(SystemAbilityManagerTest, RequestDuringStopWaitsAndStartsAgain)
-{
-    RecordingAbility ability;
-    ASSERT_TRUE(SystemAbility::MakeAndRegisterAbility(&ability));
-    ASSERT_NE(sam_.GetSystemAbility(ABILITY_ID), nullptr);
-    Gate stop;
-    ability.stopGate = &stop;
-    ASSERT_EQ(sam_.UnloadSystemAbility(ABILITY_ID), 0);
-    ASSERT_TRUE(stop.WaitReached());
-    EXPECT_EQ(sam_.CheckSystemAbility(ABILITY_ID), nullptr);  // unpublished while it stops
-    EXPECT_EQ(sam_.LoadSystemAbility(ABILITY_ID, 0), Host::SAM_ERR_TIMED_OUT);
-
-    auto request = std::async(std::launch::async, [this] { return sam_.GetSystemAbility(ABILITY_ID); });
-    EXPECT_EQ(request.wait_for(5ms), std::future_status::timeout);
-    stop.Open();
-    EXPECT_EQ(request.get(), ability.Object());
-    EXPECT_EQ(ability.Events(),
-        (std::vector<std::string>{"start:INTERFACE_CALL", "idle:INTERFACE_CALL", "stop", "start:INTERFACE_CALL"}));
 }
 
 TEST_F(SystemAbilityManagerTest, UnloadAskedFromTheAbilitysOwnTimerDoesNotBlockIt)
