@@ -73,27 +73,23 @@ TEST_F(BundleManagerTest, UidsAreUserTimesRangePlusOneIndexPerBundle)
     EXPECT_NE(a100.tokenId, a101.tokenId);  // one token per user
     EXPECT_EQ(AccessTokenKit::GetHapTokenID(101, "com.example.a", 0), a101.tokenId);
 
-    InstallParams params;
-    params.bundleName = "com.example.a";
-    params.userId = 100;
-    EXPECT_EQ(Bms().Install(params), AppExecFwk::Host::ERR_HOST_BUNDLE_ALREADY_INSTALLED);
-    params.userId = 102;
-    EXPECT_EQ(Bms().Install(params), ERR_BUNDLE_MANAGER_INVALID_USER_ID);
-    params.bundleName = "com.example.c";
-    params.userId = 100;
-    params.appIndex = 12000;  // not the bundle's index on user 101
-    EXPECT_EQ(Bms().Install(params), ERR_BUNDLE_MANAGER_PARAM_ERROR);
-    params.bundleName = "com.example.d";
-    params.appIndex = 12345;  // another bundle's index
-    EXPECT_EQ(Bms().Install(params), ERR_BUNDLE_MANAGER_PARAM_ERROR);
-    params.appIndex = 200000;
-    EXPECT_EQ(Bms().Install(params), ERR_BUNDLE_MANAGER_PARAM_ERROR);
-    params.appIndex = -1;
-    params.permissions = {{CAMERA, AT::PERMISSION_GRANTED, 0}, {CAMERA, AT::PERMISSION_DENIED, 0}};
-    EXPECT_EQ(Bms().Install(params), ERR_BUNDLE_MANAGER_PARAM_ERROR);
-    params.bundleName = "";
-    params.permissions.clear();
-    EXPECT_EQ(Bms().Install(params), ERR_BUNDLE_MANAGER_PARAM_ERROR);
+    auto install = [](const std::string& name, int32_t userId, int32_t appIndex,
+                       std::vector<PermissionStatus> permissions = {}) {
+        InstallParams params;
+        params.bundleName = name;
+        params.userId = userId;
+        params.appIndex = appIndex;
+        params.permissions = std::move(permissions);
+        return Bms().Install(params);
+    };
+    EXPECT_EQ(install("com.example.a", 100, -1), AppExecFwk::Host::ERR_HOST_BUNDLE_ALREADY_INSTALLED);
+    EXPECT_EQ(install("com.example.a", 102, -1), ERR_BUNDLE_MANAGER_INVALID_USER_ID);
+    EXPECT_EQ(install("com.example.c", 100, 12000), ERR_BUNDLE_MANAGER_PARAM_ERROR);  // not its index on 101
+    EXPECT_EQ(install("com.example.d", 100, 12345), ERR_BUNDLE_MANAGER_PARAM_ERROR);  // another bundle's index
+    EXPECT_EQ(install("com.example.d", 100, 200000), ERR_BUNDLE_MANAGER_PARAM_ERROR);
+    EXPECT_EQ(install("com.example.d", 100, -1, {{CAMERA, AT::PERMISSION_GRANTED, 0}, {CAMERA, AT::PERMISSION_DENIED, 0}}),
+        ERR_BUNDLE_MANAGER_PARAM_ERROR);
+    EXPECT_EQ(install("", 100, -1), ERR_BUNDLE_MANAGER_PARAM_ERROR);
     EXPECT_FALSE(Bms().FindBundle("com.example.d", 100).has_value());
 
     // Look-ups by uid, for the daemon's callers.
@@ -114,11 +110,12 @@ TEST_F(BundleManagerTest, UidsAreUserTimesRangePlusOneIndexPerBundle)
     EXPECT_EQ(AccessTokenKit::GetTokenType(dumper->tokenId), AT::TOKEN_NATIVE);
     EXPECT_FALSE(Bms().FindTokenByUid(4242).has_value());
 
-    const auto all = Bms().ListBundles();
-    ASSERT_EQ(all.size(), 4u);
-    EXPECT_EQ(all[0].bundleName, "com.example.a");
-    EXPECT_EQ(all[1].bundleName, "com.example.b");
-    EXPECT_EQ(all[2].userId, 101);
+    std::vector<std::string> all;
+    for (const auto& bundle : Bms().ListBundles()) {
+        all.push_back(bundle.bundleName + "@" + std::to_string(bundle.userId));
+    }
+    EXPECT_EQ(all, (std::vector<std::string>{"com.example.a@100", "com.example.b@100", "com.example.a@101",
+                       "com.example.c@101"}));
 }
 
 TEST_F(BundleManagerTest, UninstallDeletesTheTokenAndItsRecordsAndFreesTheIndex)
