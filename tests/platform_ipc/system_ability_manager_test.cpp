@@ -13,7 +13,6 @@
 #include "platform/samgr/system_ability_manager.h"
 #include "system_ability.h"
 #include "system_ability_definition.h"
-#include "utils/delay_task_runner.h"
 
 namespace OHOS {
 namespace {
@@ -31,6 +30,13 @@ public:
     void WaitOpen() { opened_.get_future().wait(); }
     bool WaitReached() { return reached_.get_future().wait_for(WAIT) == std::future_status::ready; }
     void Open() { opened_.set_value(); }
+    static void Pass(Gate* gate)
+    {
+        if (gate != nullptr) {
+            gate->Arrive();
+            gate->WaitOpen();
+        }
+    }
 
 private:
     std::promise<void> reached_;
@@ -53,9 +59,7 @@ public:
     {
         Record("start:" + reason.GetName());
         lastStartId = reason.GetId();
-        if (startDelay.count() > 0) {
-            std::this_thread::sleep_for(startDelay);
-        }
+        std::this_thread::sleep_for(startDelay);
         if (publishOnStart) {
             Publish(object_);
         }
@@ -63,19 +67,13 @@ public:
     int32_t OnIdle(const SystemAbilityOnDemandReason& reason) override
     {
         Record("idle:" + reason.GetName());
-        if (idleGate != nullptr) {
-            idleGate->Arrive();
-            idleGate->WaitOpen();
-        }
+        Gate::Pass(idleGate);
         return idleAnswer.load();
     }
     void OnStop(const SystemAbilityOnDemandReason& /*reason*/) override
     {
         Record("stop");
-        if (stopGate != nullptr) {
-            stopGate->Arrive();
-            stopGate->WaitOpen();
-        }
+        Gate::Pass(stopGate);
     }
 
     std::vector<std::string> Events()
@@ -213,57 +211,6 @@ TEST_F(SystemAbilityManagerTest, CancelIdleStopsOnlyAnUnloadNotYetIdling)
     ASSERT_TRUE(sam_.WaitForUnloads(WAIT));
     EXPECT_EQ(ability.Count("stop"), 1U);
     EXPECT_TRUE(ability.CancelIdle());  // stopped: nothing pending any more
-}
-
-TEST_F(SystemAbilityManagerTest, UnloadAskedFromTheAbilitysOwnTimerDoesNotBlockIt)
-{
-    // The shape of an ability that unloads itself when idle: its timer task asks for the unload,
-    // and OnStop waits for the timer to have finished.
-    class SelfUnloadingAbility : public RecordingAbility {
-    public:
-        void OnStart(const SystemAbilityOnDemandReason& reason) override
-        {
-            RecordingAbility::OnStart(reason);
-            runner_.Run(
-                [this] {
-                    timerThread_ = std::this_thread::get_id();
-                    unloadResult_ =
-                        SystemAbilityManagerClient::GetInstance().GetSystemAbilityManager()->UnloadSystemAbility(
-                            ABILITY_ID);
-                    timerDone_.set_value();
-                },
-                1);
-        }
-        void OnStop(const SystemAbilityOnDemandReason& reason) override
-        {
-            stopThread_ = std::this_thread::get_id();
-            timerFinishedBeforeStop_ = timerDone_.get_future().wait_for(WAIT) == std::future_status::ready;
-            runner_.Cancel();
-            RecordingAbility::OnStop(reason);
-        }
-
-        std::thread::id timerThread_;
-        std::thread::id stopThread_;
-        int32_t unloadResult_ = -1;
-        bool timerFinishedBeforeStop_ = false;
-
-    private:
-        std::promise<void> timerDone_;
-        AppSecurityPrivacy::SecurityPrivacyServer::Util::DelayTaskRunner runner_;
-    };
-
-    SelfUnloadingAbility ability;
-    ASSERT_TRUE(SystemAbility::MakeAndRegisterAbility(&ability));
-    ASSERT_NE(sam_.GetSystemAbility(ABILITY_ID), nullptr);
-    for (int i = 0; i < 1000 && ability.Count("stop") == 0; ++i) {
-        ASSERT_TRUE(sam_.WaitForUnloads(WAIT));
-        std::this_thread::sleep_for(1ms);
-    }
-    ASSERT_TRUE(sam_.WaitForUnloads(WAIT));
-    EXPECT_EQ(ability.unloadResult_, 0);
-    EXPECT_TRUE(ability.timerFinishedBeforeStop_);
-    EXPECT_NE(ability.stopThread_, ability.timerThread_);
-    EXPECT_EQ(ability.Count("stop"), 1U);
 }
 
 TEST_F(SystemAbilityManagerTest, LoaderAndStopListenerBracketTheLibrary)
