@@ -232,21 +232,7 @@ TEST_F(AccessTokenTest, ListenerHearsEveryChangeAndMayCallBack)
 TEST_F(AccessTokenTest, FaultPointsFailOneCallWithTheArmedCode)
 {
     const auto app = MakeApp("com.example.a", false, {{CAMERA, PERMISSION_GRANTED, PERMISSION_USER_SET}});
-    uint32_t flag = 0;
     HapTokenInfo info;
-    {
-        ScopedFault fault("AccessTokenKit::GetPermissionFlag", ERR_SERVICE_ABNORMAL);
-        EXPECT_EQ(AccessTokenKit::GetPermissionFlag(app.tokenId, CAMERA, flag), ERR_SERVICE_ABNORMAL);
-        EXPECT_EQ(AccessTokenKit::GetPermissionFlag(app.tokenId, CAMERA, flag), RET_SUCCESS);
-    }
-    {
-        ScopedFault grant("AccessTokenKit::GrantPermission", ERR_SERVICE_ABNORMAL);
-        ScopedFault revoke("AccessTokenKit::RevokePermission", RET_FAILED);
-        EXPECT_EQ(AccessTokenKit::GrantPermission(app.tokenId, CAMERA, 0), ERR_SERVICE_ABNORMAL);
-        EXPECT_EQ(AccessTokenKit::RevokePermission(app.tokenId, CAMERA, 0), RET_FAILED);
-        // Nothing was stored.
-        EXPECT_EQ(State(app.tokenId, CAMERA), StateFlags(PERMISSION_GRANTED, PERMISSION_USER_SET));
-    }
     {
         ScopedFault fault("AccessTokenKit::GetHapTokenInfo", ERR_TOKENID_NOT_EXIST);
         EXPECT_EQ(AccessTokenKit::GetHapTokenInfo(app.tokenId, info), ERR_TOKENID_NOT_EXIST);

@@ -17,7 +17,6 @@ using namespace OHOS::AppExecFwk;
 using AppExecFwk::Host::AppControlService;
 using AppExecFwk::Host::BundleManagerService;
 using AppExecFwk::Host::DisposedStatusCall;
-using OHOS::Host::ScopedFault;
 
 class AppControlTest : public PlatformDataTest {
 protected:
@@ -135,30 +134,6 @@ TEST_F(AppControlTest, ProxiedAppControlReachesTheSameStatuses)
     appControl = AppControl();
     ASSERT_NE(appControl, nullptr);
     EXPECT_EQ(dynamic_cast<AppControlProxy*>(appControl.GetRefPtr()), nullptr);  // the local object again
-}
-
-TEST_F(AppControlTest, FaultPointsFailWithoutTouchingTheStatuses)
-{
-    auto appControl = AppControl();
-    ASSERT_NE(appControl, nullptr);
-    {
-        ScopedFault fault("AppControl::SetDisposedStatus", ERR_BUNDLE_MANAGER_INTERNAL_ERROR);
-        EXPECT_EQ(appControl->SetDisposedStatus("app.one_KEY", Blocked("x"), 100), ERR_BUNDLE_MANAGER_INTERNAL_ERROR);
-        EXPECT_TRUE(AppControlService::GetInstance().ListDisposedStatuses().empty());
-        ASSERT_EQ(appControl->SetDisposedStatus("app.one_KEY", Blocked("x"), 100), ERR_OK);
-    }
-    {
-        ScopedFault fault("AppControl::DeleteDisposedStatus", ERR_BUNDLE_MANAGER_PARAM_ERROR);
-        EXPECT_EQ(appControl->DeleteDisposedStatus("app.one_KEY", 100), ERR_BUNDLE_MANAGER_PARAM_ERROR);
-        EXPECT_EQ(AppControlService::GetInstance().ListDisposedStatuses().size(), 1u);
-    }
-    // Only the call that reached the app control is logged.
-    ASSERT_EQ(AppControlService::GetInstance().GetCallLog().size(), 1u);
-    EXPECT_EQ(AppControlService::GetInstance().GetCallLog()[0].result, ERR_OK);
-    {
-        ScopedFault fault("BundleMgr::GetAppControlProxy", 1);
-        EXPECT_EQ(AppControl(), nullptr);
-    }
 }
 
 }  // namespace
