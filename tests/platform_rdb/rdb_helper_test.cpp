@@ -1,5 +1,6 @@
 #include <sys/stat.h>
 #include <fstream>
+#include <tuple>
 
 #include "platform/fault/fault_injection.h"
 #include "rdb_predicates.h"
@@ -141,13 +142,6 @@ TEST(RdbHelperTest, ConfigurationReachesTheFile)
     auto config = AspTest::PolicyConfig(path);
     config.SetPageSize(8192);
     config.SetJournalSize(65536);
-    EXPECT_EQ(config.GetJournalMode(), "WAL");
-    EXPECT_EQ(config.GetJournalSize(), 65536);
-    EXPECT_EQ(config.GetPageSize(), 8192);
-    EXPECT_EQ(config.GetEncryptAlgo(), "sha256");
-    EXPECT_EQ(config.GetSecurityLevel(), SecurityLevel::S2);
-    EXPECT_FALSE(config.IsEncrypt());
-    EXPECT_FALSE(config.IsReadOnly());
     {
         RecordingCallback callback({AspTest::PolicyTableSql()});
         int errCode = -1;
@@ -188,23 +182,21 @@ TEST(RdbHelperTest, RefusedConfigurationsAndPathsGiveCodes)
 
     auto encrypted = AspTest::PolicyConfig(dir.File("secret.db"));
     encrypted.SetEncryptStatus(true);
-    EXPECT_EQ(RdbHelper::GetRdbStore(encrypted, 1, callback, errCode), nullptr);
-    EXPECT_EQ(errCode, E_NOT_SUPPORTED);
-    EXPECT_FALSE(std::filesystem::exists(dir.File("secret.db")));
-
-    EXPECT_EQ(RdbHelper::GetRdbStore(RdbStoreConfig(""), 1, callback, errCode), nullptr);
-    EXPECT_EQ(errCode, E_EMPTY_FILE_NAME);
-    EXPECT_EQ(RdbHelper::GetRdbStore(RdbStoreConfig("relative/store.db"), 1, callback, errCode), nullptr);
-    EXPECT_EQ(errCode, E_RELATIVE_PATH);
-    EXPECT_EQ(RdbHelper::GetRdbStore(RdbStoreConfig(dir.File("v0.db")), 0, callback, errCode), nullptr);
-    EXPECT_EQ(errCode, E_INVALID_ARGS);
     auto oddPage = AspTest::PolicyConfig(dir.File("page.db"));
     oddPage.SetPageSize(3000);
-    EXPECT_EQ(RdbHelper::GetRdbStore(oddPage, 1, callback, errCode), nullptr);
-    EXPECT_EQ(errCode, E_INVALID_ARGS);
-    EXPECT_EQ(RdbHelper::GetRdbStore(RdbStoreConfig(dir.File("m.db"), StorageMode::MODE_MEMORY), 1, callback, errCode),
-        nullptr);
-    EXPECT_EQ(errCode, E_NOT_SUPPORTED);
+    const std::vector<std::tuple<RdbStoreConfig, int, int>> refused = {
+        {encrypted, 1, E_NOT_SUPPORTED},
+        {RdbStoreConfig(""), 1, E_EMPTY_FILE_NAME},
+        {RdbStoreConfig("relative/store.db"), 1, E_RELATIVE_PATH},
+        {RdbStoreConfig(dir.File("v0.db")), 0, E_INVALID_ARGS},
+        {oddPage, 1, E_INVALID_ARGS},
+        {RdbStoreConfig(dir.File("m.db"), StorageMode::MODE_MEMORY), 1, E_NOT_SUPPORTED},
+    };
+    for (const auto& [config, version, code] : refused) {
+        EXPECT_EQ(RdbHelper::GetRdbStore(config, version, callback, errCode), nullptr) << config.GetPath();
+        EXPECT_EQ(errCode, code) << config.GetPath();
+    }
+    EXPECT_FALSE(std::filesystem::exists(dir.File("secret.db")));
 
     // A directory that cannot be made, because a file stands where it should go (this holds even
     // for root, unlike permission bits).
@@ -222,21 +214,13 @@ TEST(RdbHelperTest, RefusedConfigurationsAndPathsGiveCodes)
     EXPECT_EQ(RdbHelper::GetRdbStore(RdbStoreConfig(dir.File("garbage.db")), 1, callback, errCode), nullptr);
     EXPECT_EQ(errCode, E_SQLITE_CORRUPT);
 
-    EXPECT_EQ(callback.createCalls, 0);
-}
-
-TEST(RdbHelperTest, InjectedFaultFailsTheOpenWithItsCode)
-{
-    TempDir dir;
-    RecordingCallback callback({"CREATE TABLE t(a INTEGER)"});
-    int errCode = E_OK;
+    // An injected fault fails one open with its code, before anything is made.
     {
         OHOS::Host::ScopedFault fault("RdbHelper::GetRdbStore", E_SQLITE_CANTOPEN);
         EXPECT_EQ(RdbHelper::GetRdbStore(RdbStoreConfig(dir.File("f.db")), 1, callback, errCode), nullptr);
         EXPECT_EQ(errCode, E_SQLITE_CANTOPEN);
-        EXPECT_EQ(callback.createCalls, 0);
         EXPECT_FALSE(std::filesystem::exists(dir.File("f.db")));
-        // The fault was for one call only.
+        EXPECT_EQ(callback.createCalls, 0);
         EXPECT_NE(RdbHelper::GetRdbStore(RdbStoreConfig(dir.File("f.db")), 1, callback, errCode), nullptr);
         EXPECT_EQ(errCode, E_OK);
     }

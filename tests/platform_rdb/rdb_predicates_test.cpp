@@ -1,3 +1,6 @@
+#include <functional>
+#include <tuple>
+
 #include "rdb_predicates.h"
 #include "tests/platform_rdb/rdb_test_support.h"
 
@@ -48,97 +51,70 @@ using Names = std::vector<std::string>;
 
 }  // namespace
 
-TEST_F(RdbPredicatesTest, EqualToAndInSelectThePolicyRowsOfBundles)
+TEST_F(RdbPredicatesTest, ConditionsSelectThePolicyRowsOfBundles)
 {
-    RdbPredicates malicious(TABLE);
-    malicious.EqualTo("policy_name", "malicious-app").OrderByAsc("bundle_name");
-    EXPECT_EQ(Bundles(malicious), (Names{"com.a", "com.b", "com.c"}));
+    using Build = std::function<void(RdbPredicates&)>;
+    const std::vector<std::tuple<const char*, Build, Names>> cases = {
+        {"equal", [](auto& p) { p.EqualTo("policy_name", "malicious-app").OrderByAsc("bundle_name"); },
+            {"com.a", "com.b", "com.c"}},
+        {"in", [](auto& p) {
+             p.EqualTo("policy_name", "malicious-app").And().In("bundle_name", {"com.c", "com.a", "com.zzz"});
+             p.OrderByAsc("bundle_name");
+         }, {"com.a", "com.c"}},
+        // The empty list matches nothing, not everything.
+        {"in none", [](auto& p) { p.EqualTo("policy_name", "malicious-app").And().In("bundle_name", {}); }, {}},
+        {"not in none", [](auto& p) {
+             p.NotIn("bundle_name", {}).And().EqualTo("policy_name", "other").OrderByAsc("bundle_name");
+         }, {"com.a", "com.d"}},
+        // Integers compare as numbers, and strings against an integer column by its affinity.
+        {"affinity", [](auto& p) { p.EqualTo("policy_value", 1).And().In("version_code", {"5"}); }, {"com.d"}},
+        // Without an operator, conditions are joined by AND.
+        {"implicit and", [](auto& p) { p.EqualTo("bundle_name", "com.a").EqualTo("policy_name", "other"); },
+            {"com.a"}},
+        {"or", [](auto& p) {
+             p.EqualTo("bundle_name", "com.b").Or().EqualTo("bundle_name", "com.d").OrderByDesc("bundle_name");
+         }, {"com.d", "com.b"}},
+        // value = 1 AND (bundle = b OR bundle = c): the wrap keeps OR from swallowing the first term.
+        {"wrap", [](auto& p) {
+             p.EqualTo("policy_value", 1).And().BeginWrap().EqualTo("bundle_name", "com.b").Or();
+             p.EqualTo("bundle_name", "com.c").EndWrap();
+         }, {"com.c"}},
+        {"ranges", [](auto& p) {
+             p.GreaterThan("version_code", 1).Or().LessThan("policy_value", 1);
+             p.OrderByAsc("bundle_name").OrderByAsc("policy_name");
+         }, {"com.a", "com.b", "com.d"}},
+        {"not equal", [](auto& p) {
+             p.NotEqualTo("policy_name", "malicious-app").And().GreaterThanOrEqualTo("policy_value", 1);
+             p.And().LessThanOrEqualTo("version_code", 5);
+         }, {"com.d"}},
+        {"page", [](auto& p) { p.OrderByAsc("bundle_name").OrderByAsc("policy_name").Limit(2).Offset(1); },
+            {"com.a", "com.b"}},
+        {"offset only", [](auto& p) { p.OrderByAsc("bundle_name").Offset(4); }, {"com.d"}},
+        {"limit 0", [](auto& p) { p.Limit(0); }, {}},
+    };
+    for (const auto& [name, build, expected] : cases) {
+        RdbPredicates predicates(TABLE);
+        build(predicates);
+        EXPECT_EQ(Bundles(predicates), expected) << name;
+    }
 
     RdbPredicates some(TABLE);
-    some.EqualTo("policy_name", "malicious-app").And().In("bundle_name", {"com.c", "com.a", "com.zzz"});
-    some.OrderByAsc("bundle_name");
-    EXPECT_EQ(Bundles(some), (Names{"com.a", "com.c"}));
+    some.EqualTo("policy_name", "malicious-app").And().In("bundle_name", {"com.c", "com.a", "com.zzz"}).Limit(1);
     EXPECT_EQ(some.GetWhereClause(), "\"policy_name\" = ? AND \"bundle_name\" IN (?,?,?)");
     EXPECT_EQ(some.GetBindArgs().size(), 4u);
-
-    // The empty list matches nothing, not everything.
-    RdbPredicates none(TABLE);
-    none.EqualTo("policy_name", "malicious-app").And().In("bundle_name", {});
-    EXPECT_EQ(Bundles(none), Names{});
-    RdbPredicates notNone(TABLE);
-    notNone.NotIn("bundle_name", {}).And().EqualTo("policy_name", "other").OrderByAsc("bundle_name");
-    EXPECT_EQ(Bundles(notNone), (Names{"com.a", "com.d"}));
-
-    // Integers compare as numbers, and strings against an integer column by its affinity.
-    RdbPredicates set(TABLE);
-    set.EqualTo("policy_value", 1).And().In("version_code", {"5"});
-    EXPECT_EQ(Bundles(set), Names{"com.d"});
-}
-
-TEST_F(RdbPredicatesTest, ConditionsJoinOrAndWrap)
-{
-    // Without an operator, conditions are joined by AND.
-    RdbPredicates implicit(TABLE);
-    implicit.EqualTo("bundle_name", "com.a").EqualTo("policy_name", "other");
-    EXPECT_EQ(Bundles(implicit), Names{"com.a"});
-
-    RdbPredicates either(TABLE);
-    either.EqualTo("bundle_name", "com.b").Or().EqualTo("bundle_name", "com.d").OrderByDesc("bundle_name");
-    EXPECT_EQ(Bundles(either), (Names{"com.d", "com.b"}));
-
-    // value = 1 AND (bundle = b OR bundle = c): the wrap keeps OR from swallowing the first term.
-    RdbPredicates wrapped(TABLE);
-    wrapped.EqualTo("policy_value", 1)
-        .And()
-        .BeginWrap()
-        .EqualTo("bundle_name", "com.b")
-        .Or()
-        .EqualTo("bundle_name", "com.c")
-        .EndWrap();
-    EXPECT_EQ(Bundles(wrapped), Names{"com.c"});
-
-    RdbPredicates ranges(TABLE);
-    ranges.GreaterThan("version_code", 1)
-        .Or()
-        .LessThan("policy_value", 1)
-        .OrderByAsc("bundle_name")
-        .OrderByAsc("policy_name");
-    EXPECT_EQ(Bundles(ranges), (Names{"com.a", "com.b", "com.d"}));
-    RdbPredicates notEqual(TABLE);
-    notEqual.NotEqualTo("policy_name", "malicious-app")
-        .And()
-        .GreaterThanOrEqualTo("policy_value", 1)
-        .And()
-        .LessThanOrEqualTo("version_code", 5);
-    EXPECT_EQ(Bundles(notEqual), Names{"com.d"});
+    some.Clear();
+    EXPECT_TRUE(some.GetWhereClause().empty());
+    EXPECT_FALSE(some.HasOrderOrWindow());
+    EXPECT_EQ(Bundles(some).size(), 5u);
 
     // A null value compares as IS NULL rather than matching nothing.
     ASSERT_EQ(store_->ExecuteSql("CREATE TABLE n(k TEXT, v TEXT)"), E_OK);
     ASSERT_EQ(store_->ExecuteSql("INSERT INTO n VALUES ('x', NULL), ('y', 'set')"), E_OK);
     RdbPredicates isNull("n");
     isNull.EqualTo("v", ValueObject());
-    auto resultSet = store_->Query(isNull, {"k"});
-    ASSERT_NE(resultSet, nullptr);
-    int rows = 0;
-    ASSERT_EQ(resultSet->GetRowCount(rows), E_OK);
-    EXPECT_EQ(rows, 1);
-}
-
-TEST_F(RdbPredicatesTest, LimitOffsetAndClear)
-{
-    RdbPredicates page(TABLE);
-    page.OrderByAsc("bundle_name").OrderByAsc("policy_name").Limit(2).Offset(1);
-    EXPECT_EQ(Bundles(page), (Names{"com.a", "com.b"}));
-    page.Clear();
-    EXPECT_TRUE(page.GetWhereClause().empty());
-    EXPECT_FALSE(page.HasOrderOrWindow());
-    EXPECT_EQ(Bundles(page).size(), 5u);
-    RdbPredicates onlyOffset(TABLE);
-    onlyOffset.OrderByAsc("bundle_name").Offset(4);
-    EXPECT_EQ(Bundles(onlyOffset), Names{"com.d"});
-    RdbPredicates zero(TABLE);
-    zero.Limit(0);
-    EXPECT_EQ(Bundles(zero), Names{});
+    int64_t count = 0;
+    ASSERT_EQ(store_->Count(count, isNull), E_OK);
+    EXPECT_EQ(count, 1);
 }
 
 TEST_F(RdbPredicatesTest, MalformedPredicatesAreRefusedNotGuessed)

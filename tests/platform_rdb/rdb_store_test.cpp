@@ -134,6 +134,7 @@ TEST(RdbStoreTest, BatchInsertIsAllOrNothing)
     auto store = AspTest::OpenPolicyStore(dir);
     ASSERT_NE(store, nullptr);
     int64_t count = -1;
+    int deleted = 0;
     ASSERT_EQ(store->BatchInsert(count, TABLE, {PolicyRow("com.a", "p1", 1), PolicyRow("com.a", "p2", 0)}), E_OK);
     EXPECT_EQ(count, 2);
 
@@ -170,18 +171,19 @@ TEST(RdbStoreTest, BatchInsertIsAllOrNothing)
 
     EXPECT_EQ(store->BatchInsert(count, TABLE, {}), E_OK);
     EXPECT_EQ(count, 0);
-}
 
-TEST(RdbStoreTest, BatchInsertInsideATransactionFollowsTheTransaction)
-{
-    TempDir dir;
-    auto store = AspTest::OpenPolicyStore(dir);
+    // What the batches wrote is in the file: a reopened store finds it.
+    store.reset();
+    store = AspTest::OpenPolicyStore(dir);
     ASSERT_NE(store, nullptr);
+    EXPECT_EQ(CountAll(*store), 2);
+    EXPECT_EQ(CountRows(*store, withB), 2);
+
+    // Inside a transaction, a failed batch undoes only itself: the earlier row stays and it can go on.
+    ASSERT_EQ(store->Delete(deleted, RdbPredicates(TABLE)), E_OK);
     int64_t rowId = 0;
-    int64_t count = 0;
     ASSERT_EQ(store->BeginTransaction(), E_OK);
     ASSERT_EQ(store->Insert(rowId, TABLE, PolicyRow("com.a", "p", 1)), E_OK);
-    // A failed batch undoes only itself: the transaction's earlier row stays and it can go on.
     EXPECT_EQ(store->BatchInsert(count, TABLE, {PolicyRow("com.b", "p", 1), PolicyRow("com.a", "p", 1)}),
         E_SQLITE_CONSTRAINT);
     ASSERT_EQ(store->BatchInsert(count, TABLE, {PolicyRow("com.c", "p", 1)}), E_OK);

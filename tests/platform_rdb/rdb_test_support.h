@@ -52,26 +52,16 @@ public:
     int OnCreate(OHOS::NativeRdb::RdbStore& store) override
     {
         ++createCalls;
-        for (const auto& sql : createStatements_) {
-            int ret = store.ExecuteSql(sql);
-            if (ret != OHOS::NativeRdb::E_OK) {
-                return ret;
-            }
-        }
-        return createResult;
+        const int ret = Run(store, createStatements_);
+        return ret != OHOS::NativeRdb::E_OK ? ret : createResult;
     }
     int OnUpgrade(OHOS::NativeRdb::RdbStore& store, int currentVersion, int targetVersion) override
     {
         ++upgradeCalls;
         upgradeFrom = currentVersion;
         upgradeTo = targetVersion;
-        for (const auto& sql : upgradeStatements) {
-            int ret = store.ExecuteSql(sql);
-            if (ret != OHOS::NativeRdb::E_OK) {
-                return ret;
-            }
-        }
-        return upgradeResult;
+        const int ret = Run(store, upgradeStatements);
+        return ret != OHOS::NativeRdb::E_OK ? ret : upgradeResult;
     }
     int OnDowngrade(OHOS::NativeRdb::RdbStore&, int currentVersion, int targetVersion) override
     {
@@ -97,6 +87,17 @@ public:
     std::vector<std::string> upgradeStatements;
 
 private:
+    static int Run(OHOS::NativeRdb::RdbStore& store, const std::vector<std::string>& statements)
+    {
+        for (const auto& sql : statements) {
+            const int ret = store.ExecuteSql(sql);
+            if (ret != OHOS::NativeRdb::E_OK) {
+                return ret;
+            }
+        }
+        return OHOS::NativeRdb::E_OK;
+    }
+
     std::vector<std::string> createStatements_;
 };
 

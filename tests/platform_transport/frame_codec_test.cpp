@@ -1,5 +1,5 @@
 #include <cstdint>
-#include <random>
+#include <tuple>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -55,13 +55,6 @@ TEST(FrameCodecTest, HeadersHaveTheDocumentedBytes)
     const Bytes expectedReply = {0x41, 0x53, 0x52, 0x01, 0x02, 0x00, 0x00, 0x00, 0xFB, 0xFF, 0xFF, 0xFF, 0x10, 0x20};
     EXPECT_EQ(EncodeReply(reply), expectedReply);
 
-    // The header-only encoders write the same bytes as the whole-frame ones.
-    RequestHeader requestHeader{};
-    ASSERT_TRUE(EncodeRequestHeader(MakeRequest(65993, 7, FLAG_ASYNC, {0xAA, 0xBB, 0xCC}), requestHeader));
-    EXPECT_EQ(Bytes(requestHeader.begin(), requestHeader.end()), Bytes(request.begin(), request.begin() + 20));
-    ReplyHeader replyHeader{};
-    ASSERT_TRUE(EncodeReplyHeader(reply, replyHeader));
-    EXPECT_EQ(Bytes(replyHeader.begin(), replyHeader.end()), Bytes(expectedReply.begin(), expectedReply.begin() + 12));
 }
 
 TEST(FrameCodecTest, FramesSurviveAnySplitOfTheStream)
@@ -105,22 +98,6 @@ TEST(FrameCodecTest, FramesSurviveAnySplitOfTheStream)
         }
     }
     EXPECT_EQ(DrainFrames(byByte), requests);
-
-    std::mt19937 random(20240611);
-    for (int round = 0; round < 20; ++round) {
-        RequestDecoder chunked;
-        std::vector<RequestFrame> decoded;
-        size_t offset = 0;
-        while (offset < stream.size()) {
-            const size_t size = std::min<size_t>(stream.size() - offset, 1 + random() % 30000);
-            ASSERT_EQ(chunked.Feed(stream.data() + offset, size), DecodeError::NONE);
-            offset += size;
-            for (auto& frame : DrainFrames(chunked)) {
-                decoded.push_back(std::move(frame));
-            }
-        }
-        EXPECT_EQ(decoded, requests);
-    }
 
     ReplyFrame first;
     first.status = 0;
@@ -168,32 +145,30 @@ TEST(FrameCodecTest, DeclaredLengthOverTheCapIsRefusedFromTheHeader)
 TEST(FrameCodecTest, ForeignAndCutStreamsAreCleanErrors)
 {
     const Bytes valid = EncodeRequest(MakeRequest(65993, 4, 0, {1, 2, 3, 4, 5}));
-
     Bytes badMagic = valid;
     badMagic[1] = 'X';
+    Bytes badVersion = valid;
+    badVersion[3] = WIRE_VERSION + 1;
+    // A reply where a request is due is not ours to take; the end of the stream judges what is left.
+    const std::vector<std::tuple<const char*, Bytes, DecodeError, DecodeError>> cases = {
+        {"magic", badMagic, DecodeError::BAD_MAGIC, DecodeError::BAD_MAGIC},
+        {"version", badVersion, DecodeError::BAD_VERSION, DecodeError::BAD_VERSION},
+        {"reply as request", EncodeReply(ReplyFrame{}), DecodeError::BAD_MAGIC, DecodeError::BAD_MAGIC},
+        {"empty", {}, DecodeError::NONE, DecodeError::NONE},
+        {"short header", Bytes(valid.begin(), valid.begin() + REQUEST_HEADER_SIZE - 1), DecodeError::NONE,
+            DecodeError::TRUNCATED_HEADER},
+    };
+    for (const auto& [name, bytes, fed, finished] : cases) {
+        RequestDecoder decoder;
+        EXPECT_EQ(decoder.Feed(bytes.data(), bytes.size()), fed) << name;
+        EXPECT_EQ(decoder.Finish(), finished) << name;
+        EXPECT_FALSE(decoder.HasFrame()) << name;
+    }
     RequestDecoder magicDecoder;
     EXPECT_EQ(magicDecoder.Feed(badMagic.data(), 3), DecodeError::NONE);  // judged once 4 bytes are in
     EXPECT_EQ(magicDecoder.Feed(badMagic.data() + 3, 1), DecodeError::BAD_MAGIC);
-
-    Bytes badVersion = valid;
-    badVersion[3] = WIRE_VERSION + 1;
-    RequestDecoder versionDecoder;
-    EXPECT_EQ(versionDecoder.Feed(badVersion.data(), badVersion.size()), DecodeError::BAD_VERSION);
-
-    // A reply where a request is due (and the reverse) is not ours to take.
     ReplyDecoder wrongKind;
     EXPECT_EQ(wrongKind.Feed(valid.data(), valid.size()), DecodeError::BAD_MAGIC);
-    const Bytes reply = EncodeReply(ReplyFrame{});
-    RequestDecoder wrongKindRequest;
-    EXPECT_EQ(wrongKindRequest.Feed(reply.data(), reply.size()), DecodeError::BAD_MAGIC);
-
-    RequestDecoder empty;
-    EXPECT_EQ(empty.Finish(), DecodeError::NONE);
-
-    RequestDecoder shortHeader;
-    EXPECT_EQ(shortHeader.Feed(valid.data(), REQUEST_HEADER_SIZE - 1), DecodeError::NONE);
-    EXPECT_TRUE(shortHeader.InFrame());
-    EXPECT_EQ(shortHeader.Finish(), DecodeError::TRUNCATED_HEADER);
 
     // A whole frame then a cut one: the whole one stays ready, the end is still an error.
     const Bytes stream = Concat({valid, valid});

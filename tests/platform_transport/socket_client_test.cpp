@@ -1,9 +1,7 @@
 #include <fcntl.h>
 #include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
 
-#include <cstring>
 #include <stdexcept>
 #include <thread>
 
@@ -29,9 +27,7 @@ class FakeServer {
 public:
     FakeServer(const std::string& path, Bytes answer) : fd_(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0))
     {
-        sockaddr_un address{};
-        address.sun_family = AF_UNIX;
-        std::strncpy(address.sun_path, path.c_str(), sizeof(address.sun_path) - 1);
+        const sockaddr_un address = AspTest::AddressOf(path);
         listening_ =
             bind(fd_, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0 && listen(fd_, 1) == 0;
         thread_ = std::thread([this, answer = std::move(answer)] {
@@ -67,21 +63,21 @@ private:
 TEST(SocketClientTest, ConnectTellsNoDaemonFromOtherFailures)
 {
     SocketDir dir;
-    TransportError error = TransportError::OK;
-    EXPECT_EQ(SocketClient::Connect(dir.File("absent.sock"), &error), nullptr);
-    EXPECT_EQ(error, TransportError::NO_DAEMON);
-    EXPECT_EQ(SocketClient::Connect(dir.File("no/such/dir.sock"), &error), nullptr);
-    EXPECT_EQ(error, TransportError::NO_DAEMON);
     ASSERT_TRUE(AspTest::MakeStaleSocket(dir.File("stale.sock")));
-    EXPECT_EQ(SocketClient::Connect(dir.File("stale.sock"), &error), nullptr);
-    EXPECT_EQ(error, TransportError::NO_DAEMON);
-    EXPECT_EQ(SocketClient::Connect(dir.File(std::string(120, 'p')), &error), nullptr);
-    EXPECT_EQ(error, TransportError::INVALID_PATH);
     // A path that is not a socket: something is there, but it is no daemon's.
-    const std::string file = dir.File("plain");
-    close(creat(file.c_str(), 0600));
-    EXPECT_EQ(SocketClient::Connect(file, &error), nullptr);
-    EXPECT_EQ(error, TransportError::NO_DAEMON);
+    close(creat(dir.File("plain").c_str(), 0600));
+    const std::pair<std::string, TransportError> cases[] = {
+        {"absent.sock", TransportError::NO_DAEMON},
+        {"no/such/dir.sock", TransportError::NO_DAEMON},
+        {"stale.sock", TransportError::NO_DAEMON},
+        {"plain", TransportError::NO_DAEMON},
+        {std::string(120, 'p'), TransportError::INVALID_PATH},
+    };
+    for (const auto& [name, expected] : cases) {
+        TransportError error = TransportError::OK;
+        EXPECT_EQ(SocketClient::Connect(dir.File(name), &error), nullptr) << name;
+        EXPECT_EQ(error, expected) << name;
+    }
 }
 
 TEST(SocketClientTest, FailuresInTransitDropTheConnectionOnly)

@@ -1,4 +1,4 @@
-#include <map>
+#include <tuple>
 #include <string>
 #include <vector>
 
@@ -21,174 +21,104 @@ using OHOS::Security::AccessToken::TOKEN_NATIVE;
 using OHOS::Security::AccessToken::TOKEN_SHELL;
 using Proxy = Server::SecurityPrivacyServiceProxy;
 
-// What became of a request, as its caller sees it (and, where the answer alone cannot tell, as the
-// service's log tells).
-const std::string SERVED = "served";          // the owning module answered
-const std::string NOT_SYSTEM = "not-system";  // the method refused a caller that is not a system app
-const std::string GATE = "gate";              // the stub refused the code: IPC 201, no answer
-const std::string METHOD = "method";          // the method refused the permission it chose (code 3)
-
-// One request per method, each one that an admitted caller gets a recognisable answer to: the
-// permission-group methods go to the clone route (user id -7788), whose answers echo the body.
-enum class Probe { BY_APP, BY_PERMISSION, SET_REVOKING, SET_GRANTING, SUMMARY, TIMELINE, ADD, GET, REMOVE };
-const std::vector<Probe> ALL_PROBES = {Probe::BY_APP, Probe::BY_PERMISSION, Probe::SET_REVOKING, Probe::SET_GRANTING,
-    Probe::SUMMARY, Probe::TIMELINE, Probe::ADD, Probe::GET, Probe::REMOVE};
-
-const char* Name(Probe probe)
-{
-    switch (probe) {
-        case Probe::BY_APP: return "code 1";
-        case Probe::BY_PERMISSION: return "code 2";
-        case Probe::SET_REVOKING: return "code 3 revoking";
-        case Probe::SET_GRANTING: return "code 3 granting";
-        case Probe::SUMMARY: return "code 4";
-        case Probe::TIMELINE: return "code 5";
-        case Probe::ADD: return "code 11";
-        case Probe::GET: return "code 12";
-        case Probe::REMOVE: return "code 13";
-    }
-    return "?";
-}
-
-struct Row {
-    std::string caller;
-    CallerIdentity identity;
-    std::map<Probe, std::string> expected;
-};
-
-std::map<Probe, std::string> Expect(const std::string& all, const std::map<Probe, std::string>& except = {})
-{
-    std::map<Probe, std::string> expected;
-    for (Probe probe : ALL_PROBES) {
-        expected[probe] = all;
-    }
-    for (const auto& [probe, outcome] : except) {
-        expected[probe] = outcome;
-    }
-    return expected;
-}
+// What became of a request, one letter per outcome: S the owning module answered, N the method
+// refused a caller that is not a system app, G the stub refused the code (IPC 201, no answer), M the
+// method refused the permission it chose (code 3).
+// One probe per column, each one an admitted caller gets a recognisable answer to: the permission-group
+// methods go to the clone route (user id -7788), whose answers echo the body.
+// Columns of each row, in order.
+const std::vector<std::string> PROBES = {"1", "2", "3 revoking", "3 granting", "4", "5", "11", "12", "13"};
+constexpr size_t CLONE_PROBES = 4;
 
 class CallerCheckTest : public ServiceHostTest {
 protected:
-    std::string Run(Server::SecurityPrivacyServiceIntf& proxy, Probe probe);
+    char Run(Server::SecurityPrivacyServiceIntf& proxy, size_t probe);
 };
 
-std::string CallerCheckTest::Run(Server::SecurityPrivacyServiceIntf& proxy, Probe probe)
+char CallerCheckTest::Run(Server::SecurityPrivacyServiceIntf& proxy, size_t probe)
 {
+    namespace AT = OHOS::Security::AccessToken;
     LogCapture capture(LOG_INFO);
-    const auto refusal = [&capture]() -> std::string {
+    const auto refusal = [&capture]() -> char {
         const int ipc = Proxy::GetLastRequestResult();
-        if (ipc == OHOS::Security::AccessToken::ERR_PERMISSION_DENIED) {
-            return GATE;
-        }
         if (ipc != OHOS::ERR_NONE) {
-            return "ipc=" + std::to_string(ipc);
+            return ipc == AT::ERR_PERMISSION_DENIED ? 'G' : '?';
         }
         if (capture.Contains("non-system app should not calling this api")) {
-            return NOT_SYSTEM;
+            return 'N';
         }
-        if (capture.Contains("you are granting permissions, you have no permission=") ||
-            capture.Contains("you are revoking permissions, you have no permission=")) {
-            return METHOD;
-        }
-        return "refused without a reason";
+        return capture.Contains("you are granting permissions, you have no permission=") ||
+                       capture.Contains("you are revoking permissions, you have no permission=")
+                   ? 'M'
+                   : '?';
     };
     // A code's answer: `served` from the module, 202 / 201 from the method, 201 from the gate.
-    const auto coded = [](int32_t ret, int32_t served) -> std::string {
+    const auto coded = [](int32_t ret, int32_t served) -> char {
         const int ipc = Proxy::GetLastRequestResult();
         if (ipc != OHOS::ERR_NONE) {
-            return ipc == OHOS::Security::AccessToken::ERR_PERMISSION_DENIED && ret == ipc
-                       ? GATE
-                       : "ipc=" + std::to_string(ipc);
+            return ipc == AT::ERR_PERMISSION_DENIED && ret == ipc ? 'G' : '?';
         }
-        if (ret == served) {
-            return SERVED;
-        }
-        if (ret == OHOS::Security::AccessToken::ERR_NOT_SYSTEM_APP) {
-            return NOT_SYSTEM;
-        }
-        return ret == OHOS::Security::AccessToken::ERR_PERMISSION_DENIED ? METHOD : "ret=" + std::to_string(ret);
+        return ret == served ? 'S' : ret == AT::ERR_NOT_SYSTEM_APP ? 'N' : ret == AT::ERR_PERMISSION_DENIED ? 'M' : '?';
     };
-
+    std::vector<Server::Record::PermissionUsageRecord> records;
     switch (probe) {
-        case Probe::BY_APP:
-        case Probe::BY_PERMISSION: {
-            const auto infos = probe == Probe::BY_APP
-                                   ? proxy.GetAppPermissionGroupInfosByApp("clone-query", CLONE_USER_ID, {"CAMERA"})
-                                   : proxy.GetAppPermissionGroupInfosByPermission("clone-query", CLONE_USER_ID, {});
+        case 0:
+        case 1: {
+            const auto infos = probe == 0 ? proxy.GetAppPermissionGroupInfosByApp("clone-query", CLONE_USER_ID, {"CAMERA"})
+                                          : proxy.GetAppPermissionGroupInfosByPermission("clone-query", CLONE_USER_ID, {});
             if (infos.empty()) {
                 return refusal();
             }
-            return infos.size() == 1 && infos[0].permissionGroup == "echo:clone-query" ? SERVED : "odd answer";
+            return infos.size() == 1 && infos[0].permissionGroup == "echo:clone-query" ? 'S' : '?';
         }
-        case Probe::SET_REVOKING:
-        case Probe::SET_GRANTING: {
-            const Server::Permission::CheckedStateParameter parameter(
-                probe == Probe::SET_GRANTING ? "ALLOW" : "DENY", 3, 1);
-            return proxy.SetAppPermissionGroupCheckedState("com.x", CLONE_USER_ID, "clone-command", parameter)
-                       ? SERVED
+        case 2:
+        case 3:
+            return proxy.SetAppPermissionGroupCheckedState("com.x", CLONE_USER_ID, "clone-command",
+                       Server::Permission::CheckedStateParameter(probe == 3 ? "ALLOW" : "DENY", 3, 1))
+                       ? 'S'
                        : refusal();
-        }
-        case Probe::SUMMARY:
-        case Probe::TIMELINE: {
-            // A query without a user reaches the record module, which answers it with 401.
-            std::vector<Server::Record::PermissionUsageRecord> records;
-            const Server::Record::PermissionUsageRecordQuery query;
-            const int32_t ret = probe == Probe::SUMMARY ? proxy.GetPermissionUsageSummary(query, records)
-                                                        : proxy.GetPermissionUsageTimeline(query, records);
-            return coded(ret, 401);
-        }
-        case Probe::ADD:
-            return coded(proxy.GTokenPolicyAddPolicy({Server::GTokenInfo("com.probe", "fp", 1, {{"probe", 1}})}), 1);
-        case Probe::GET: return coded(proxy.GTokenPolicyGetPolicy("probe", {"com.probe"}).ret, 0);
-        case Probe::REMOVE: return coded(proxy.GTokenPolicyRemovePolicy({"com.probe"}), 1);
+        // A query without a user reaches the record module, which answers it with 401.
+        case 4: return coded(proxy.GetPermissionUsageSummary({}, records), 401);
+        case 5: return coded(proxy.GetPermissionUsageTimeline({}, records), 401);
+        case 6: return coded(proxy.GTokenPolicyAddPolicy({Server::GTokenInfo("com.probe", "fp", 1, {{"probe", 1}})}), 1);
+        case 7: return coded(proxy.GTokenPolicyGetPolicy("probe", {"com.probe"}).ret, 0);
+        default: return coded(proxy.GTokenPolicyRemovePolicy({"com.probe"}), 1);
     }
-    return "?";
 }
 
 TEST_F(CallerCheckTest, EveryCodeAdmitsAndRefusesEachKindOfCaller)
 {
     ASSERT_NE(Start(), nullptr);
     const auto& all = AllServicePermissions();
-    const std::vector<Row> rows = {
-        {"native process holding every permission", Process("privileged_native", 3050, TOKEN_NATIVE, all),
-            Expect(NOT_SYSTEM)},
-        {"shell holding every permission", Process("hdcd", 2000, TOKEN_SHELL, all), Expect(NOT_SYSTEM)},
-        {"plain app holding every permission", App("com.example.plain", false, all), Expect(NOT_SYSTEM)},
-        {"system app holding none", App("com.example.none", true, {}), Expect(GATE)},
-        {"system app holding every permission", App("com.example.settings", true, all), Expect(SERVED)},
-        {"system app that lists", App("com.example.lister", true, {Service::PERMISSION_GET_SENSITIVE_PERMISSIONS}),
-            Expect(GATE, {{Probe::BY_APP, SERVED}, {Probe::BY_PERMISSION, SERVED}})},
-        {"system app that only revokes",
-            App("com.example.revoker", true, {Service::PERMISSION_REVOKE_SENSITIVE_PERMISSIONS}),
-            Expect(GATE, {{Probe::SET_REVOKING, SERVED}, {Probe::SET_GRANTING, METHOD}})},
-        {"system app that only grants",
-            App("com.example.granter", true, {Service::PERMISSION_GRANT_SENSITIVE_PERMISSIONS}),
-            Expect(GATE, {{Probe::SET_REVOKING, METHOD}, {Probe::SET_GRANTING, SERVED}})},
-        {"system app that reads usage", App("com.example.stats", true, {Service::PERMISSION_PERMISSION_USED_STATS}),
-            Expect(GATE, {{Probe::SUMMARY, SERVED}, {Probe::TIMELINE, SERVED}})},
-        {"system app that reads policies", App("com.example.reader", true, {Service::PERMISSION_READ_GTOKEN_POLICY}),
-            Expect(GATE, {{Probe::GET, SERVED}})},
-        {"system app that writes policies", App("com.example.writer", true, {Service::PERMISSION_WRITE_GTOKEN_POLICY}),
-            Expect(GATE, {{Probe::ADD, SERVED}, {Probe::REMOVE, SERVED}})},
+    const auto systemApp = [](const char* name, const std::string& permission) { return App(name, true, {permission}); };
+    const std::vector<std::tuple<const char*, CallerIdentity, std::string>> rows = {
+        {"native with all", Process("privileged_native", 3050, TOKEN_NATIVE, all), "NNNNNNNNN"},
+        {"shell with all", Process("hdcd", 2000, TOKEN_SHELL, all), "NNNNNNNNN"},
+        {"plain app with all", App("com.example.plain", false, all), "NNNNNNNNN"},
+        {"system app with none", App("com.example.none", true, {}), "GGGGGGGGG"},
+        {"system app with all", App("com.example.settings", true, all), "SSSSSSSSS"},
+        {"lister", systemApp("com.example.lister", Service::PERMISSION_GET_SENSITIVE_PERMISSIONS), "SSGGGGGGG"},
+        {"revoker", systemApp("com.example.revoker", Service::PERMISSION_REVOKE_SENSITIVE_PERMISSIONS), "GGSMGGGGG"},
+        {"granter", systemApp("com.example.granter", Service::PERMISSION_GRANT_SENSITIVE_PERMISSIONS), "GGMSGGGGG"},
+        {"usage reader", systemApp("com.example.stats", Service::PERMISSION_PERMISSION_USED_STATS), "GGGGSSGGG"},
+        {"policy reader", systemApp("com.example.reader", Service::PERMISSION_READ_GTOKEN_POLICY), "GGGGGGGSG"},
+        {"policy writer", systemApp("com.example.writer", Service::PERMISSION_WRITE_GTOKEN_POLICY), "GGGGGGSGS"},
     };
 
-    for (const Row& row : rows) {
-        const auto proxy = ProxyFor(row.identity);
+    for (const auto& [caller, identity, expected] : rows) {
+        const auto proxy = ProxyFor(identity);
         ASSERT_NE(proxy, nullptr);
-        for (Probe probe : ALL_PROBES) {
+        for (size_t probe = 0; probe < PROBES.size(); ++probe) {
             const size_t sentBefore = broker_->SentRequests().size();
-            EXPECT_EQ(Run(*proxy, probe), row.expected.at(probe)) << row.caller << ", " << Name(probe);
+            EXPECT_EQ(Run(*proxy, probe), expected[probe]) << caller << ", code " << PROBES[probe];
 
             // The clone route comes after the caller checks: only an admitted request reaches the
             // container, with the request's text as the body.
             const auto sent = broker_->SentRequests();
-            const bool cloneProbe = probe == Probe::BY_APP || probe == Probe::BY_PERMISSION ||
-                                    probe == Probe::SET_REVOKING || probe == Probe::SET_GRANTING;
             const bool reached = sent.size() > sentBefore;
-            EXPECT_EQ(reached, cloneProbe && row.expected.at(probe) == SERVED) << row.caller << ", " << Name(probe);
+            EXPECT_EQ(reached, probe < CLONE_PROBES && expected[probe] == 'S') << caller << ", code " << PROBES[probe];
             if (reached) {
-                const bool isSet = probe == Probe::SET_REVOKING || probe == Probe::SET_GRANTING;
+                const bool isSet = probe >= 2;
                 EXPECT_EQ(sent.back().path, "ovra/clone");
                 EXPECT_EQ(sent.back().action, isSet ? "command" : "query");
                 EXPECT_EQ(sent.back().body, isSet ? "clone-command" : "clone-query");
@@ -196,14 +126,14 @@ TEST_F(CallerCheckTest, EveryCodeAdmitsAndRefusesEachKindOfCaller)
         }
 
         // Codes without a method are refused before any argument is read, whoever asks.
-        const auto remote = RemoteFor(row.identity);
+        const auto remote = RemoteFor(identity);
         for (uint32_t code : {0U, 6U, 7U, 8U, 9U, 10U, 14U, 0x00ffffffU}) {
             OHOS::MessageParcel data;
             OHOS::MessageParcel reply;
             OHOS::MessageOption option;
             ASSERT_TRUE(data.WriteInterfaceToken(Server::SecurityPrivacyServiceIntf::GetDescriptor()));
             EXPECT_EQ(remote->SendRequest(code, data, reply, option), OHOS::IPC_STUB_UNKNOW_TRANS_ERR)
-                << row.caller << ", code " << code;
+                << caller << ", code " << code;
             EXPECT_EQ(reply.GetDataSize(), 0U);
             EXPECT_EQ(Server::SecurityPrivacyServiceIntf::MessageCode::ToString(code), "UNKNOWN");
         }

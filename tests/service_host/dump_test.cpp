@@ -115,19 +115,15 @@ TEST_F(DumpTest, RefusalLinesOnlyReportAndTheDumpGoesOn)
     }
 }
 
-TEST_F(DumpTest, ABadDescriptorIsRefusedAtOnce)
-{
-    Boot("true");
-    const int64_t lastCall = service_.GetLastBinderCallTime();
-    EXPECT_EQ(RemoteFor(dumper_)->Dump(-1, {u"record"}), 5);
-    // Refused before it counted as a call: no stamp, no unload armed.
-    EXPECT_EQ(service_.GetLastBinderCallTime(), lastCall);
-    EXPECT_FALSE(service_.HasPendingUnload());
-}
-
 TEST_F(DumpTest, TheGapIsTheTimeSinceTheLastCallAndTheDumpIsACall)
 {
     Boot("true");
+    // A bad descriptor is refused before it counts as a call: no stamp, no unload armed.
+    const int64_t lastCall = service_.GetLastBinderCallTime();
+    EXPECT_EQ(RemoteFor(dumper_)->Dump(-1, {u"record"}), 5);
+    EXPECT_EQ(service_.GetLastBinderCallTime(), lastCall);
+    EXPECT_FALSE(service_.HasPendingUnload());
+
     const auto settings = ProxyFor(App("com.example.settings", true, AllServicePermissions()));
     const int64_t beforeCall = TimeUtils::ElapsedRealtime();
     EXPECT_EQ(settings->GTokenPolicyGetPolicy("p", {}).ret, 0);

@@ -37,39 +37,6 @@ const std::vector<std::string>& AllServicePermissions()
     return permissions;
 }
 
-Server::Model::Result<std::string> EchoBroker::Send(
-    const std::string& path, const std::string& action, const Server::Model::Query<std::string>& query)
-{
-    std::lock_guard<std::mutex> lock(mutex_);
-    sent_.push_back({path, action, query.body});
-    return {0, "ok", "echo:" + query.body};
-}
-
-int EchoBroker::RegisterReceiver(
-    const std::string& /*path*/, const std::shared_ptr<Server::Message::MessageReceiverProxy>& /*receiver*/)
-{
-    return 0;
-}
-
-int EchoBroker::UnregisterReceiver(const std::string& /*path*/)
-{
-    std::lock_guard<std::mutex> lock(mutex_);
-    ++unregisterCount_;
-    return 0;
-}
-
-std::vector<EchoBroker::Sent> EchoBroker::SentRequests() const
-{
-    std::lock_guard<std::mutex> lock(mutex_);
-    return sent_;
-}
-
-size_t EchoBroker::UnregisterCount() const
-{
-    std::lock_guard<std::mutex> lock(mutex_);
-    return unregisterCount_;
-}
-
 namespace {
 // One directory per test program; each test keeps its device files in a directory below it.
 const std::string& ProgramDataRoot()

@@ -40,13 +40,32 @@ public:
     };
 
     Server::Model::Result<std::string> Send(
-        const std::string& path, const std::string& action, const Server::Model::Query<std::string>& query) override;
-    int RegisterReceiver(
-        const std::string& path, const std::shared_ptr<Server::Message::MessageReceiverProxy>& receiver) override;
-    int UnregisterReceiver(const std::string& path) override;
-
-    std::vector<Sent> SentRequests() const;
-    size_t UnregisterCount() const;
+        const std::string& path, const std::string& action, const Server::Model::Query<std::string>& query) override
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        sent_.push_back({path, action, query.body});
+        return {0, "ok", "echo:" + query.body};
+    }
+    int RegisterReceiver(const std::string&, const std::shared_ptr<Server::Message::MessageReceiverProxy>&) override
+    {
+        return 0;
+    }
+    int UnregisterReceiver(const std::string&) override
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        ++unregisterCount_;
+        return 0;
+    }
+    std::vector<Sent> SentRequests() const
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        return sent_;
+    }
+    size_t UnregisterCount() const
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        return unregisterCount_;
+    }
 
 private:
     mutable std::mutex mutex_;

@@ -64,44 +64,30 @@ private:
 };
 
 // Every method once, through `proxy`, with arguments that fill every part of its request.
-const std::vector<std::pair<uint32_t, std::function<void(Server::SecurityPrivacyServiceIntf&)>>>& Calls()
+using Call = std::function<void(Server::SecurityPrivacyServiceIntf&)>;
+const std::vector<std::pair<uint32_t, Call>>& Calls()
 {
     using Server::GTokenInfo;
-    static const std::vector<std::pair<uint32_t, std::function<void(Server::SecurityPrivacyServiceIntf&)>>> calls = {
-        {MessageCode::GET_APP_PERMISSION_GROUP_INFOS_BY_APP,
-            [](auto& p) {
-                p.GetAppPermissionGroupInfosByApp("com.a", 100, {"CAMERA", "LOCATION"});
-            }},
-        {MessageCode::GET_APP_PERMISSION_GROUP_INFOS_BY_PERMISSION,
-            [](auto& p) { p.GetAppPermissionGroupInfosByPermission("CAMERA", 100, {"com.a"}); }},
-        {MessageCode::SET_APP_PERMISSION_GROUP_CHECKED_STATE,
-            [](auto& p) {
-                p.SetAppPermissionGroupCheckedState("com.a", 20010000, "CAMERA", {"DENY", 3, 1});
-            }},
-        {MessageCode::GET_PERMISSION_USAGE_RECORD_SUMMARY,
-            [](auto& p) {
-                Server::Record::PermissionUsageRecordQuery query;
-                query.SetUserIds({100});
-                query.SetBundleNames({"com.a"});
-                std::vector<Server::Record::PermissionUsageRecord> records;
-                p.GetPermissionUsageSummary(query, records);
-            }},
-        {MessageCode::GET_PERMISSION_USAGE_RECORD_TIMELINE,
-            [](auto& p) {
-                Server::Record::PermissionUsageRecordQuery query;
-                query.SetOperationGroups({"CAMERA"});
-                std::vector<Server::Record::PermissionUsageRecord> records;
-                p.GetPermissionUsageTimeline(query, records);
-            }},
-        {MessageCode::GTOKEN_POLICY_ADD_POLICY,
-            [](auto& p) {
-                p.GTokenPolicyAddPolicy({GTokenInfo("com.a", "fp", 2, {{"p", 0}})});
-            }},
-        {MessageCode::GTOKEN_POLICY_GET_POLICY,
-            [](auto& p) {
-                p.GTokenPolicyGetPolicy("p", {"com.a", "com.b"});
-            }},
-        {MessageCode::GTOKEN_POLICY_REMOVE_POLICY, [](auto& p) { p.GTokenPolicyRemovePolicy({"com.b"}); }},
+    using Query = Server::Record::PermissionUsageRecordQuery;
+    static std::vector<Server::Record::PermissionUsageRecord> records;
+    static const std::vector<std::pair<uint32_t, Call>> calls = {
+        {1, [](auto& p) { p.GetAppPermissionGroupInfosByApp("com.a", 100, {"CAMERA", "LOCATION"}); }},
+        {2, [](auto& p) { p.GetAppPermissionGroupInfosByPermission("CAMERA", 100, {"com.a"}); }},
+        {3, [](auto& p) { p.SetAppPermissionGroupCheckedState("com.a", 20010000, "CAMERA", {"DENY", 3, 1}); }},
+        {4, [](auto& p) {
+             Query query;
+             query.SetUserIds({100});
+             query.SetBundleNames({"com.a"});
+             p.GetPermissionUsageSummary(query, records);
+         }},
+        {5, [](auto& p) {
+             Query query;
+             query.SetOperationGroups({"CAMERA"});
+             p.GetPermissionUsageTimeline(query, records);
+         }},
+        {11, [](auto& p) { p.GTokenPolicyAddPolicy({GTokenInfo("com.a", "fp", 2, {{"p", 0}})}); }},
+        {12, [](auto& p) { p.GTokenPolicyGetPolicy("p", {"com.a", "com.b"}); }},
+        {13, [](auto& p) { p.GTokenPolicyRemovePolicy({"com.b"}); }},
     };
     return calls;
 }
@@ -109,7 +95,7 @@ const std::vector<std::pair<uint32_t, std::function<void(Server::SecurityPrivacy
 class WireTest : public ServiceHostTest {
 protected:
     // The request bytes that the proxy writes for `call`.
-    static Bytes RequestOf(const std::function<void(Server::SecurityPrivacyServiceIntf&)>& call)
+    static Bytes RequestOf(const Call& call)
     {
         OHOS::sptr<ScriptedRemote> remote(new ScriptedRemote(OHOS::ERR_NONE, {}));
         OHOS::sptr<Proxy> proxy(new Proxy(remote));
