@@ -260,19 +260,21 @@ void CheckUnstructuredReads(MessageParcel& parcel, ParcelOperation operation, ui
 }
 
 // One typed read per row: the operation, the value's type, and the parcel's read and write of it.
-#define SCALAR_ROW(OP, T, READ, WRITE)                                                                         \
-    case OP:                                                                                                   \
-        CheckRead<T>(parcel, [](Parcel& p, T& v) { return p.READ(v); },                                         \
-            [](Parcel& p, const T& v) { return p.WRITE(v); }, T{});                                            \
+#define SCALAR_ROW(OP, T, READ, WRITE)                                                                                 \
+    case OP:                                                                                                           \
+        CheckRead<T>(                                                                                                  \
+            parcel, [](Parcel& p, T& v) { return p.READ(v); }, [](Parcel& p, const T& v) { return p.WRITE(v); }, T{}); \
         break
-#define VECTOR_ROW(OP, E, READ, WRITE)                                                                         \
-    case OP:                                                                                                   \
-        CheckVector<std::vector<E>>(parcel, [](Parcel& p, std::vector<E>& v) { return p.READ(&v); },            \
-            [](Parcel& p, const std::vector<E>& v) { return p.WRITE(v); });                                    \
+#define VECTOR_ROW(OP, E, READ, WRITE)                                       \
+    case OP:                                                                 \
+        CheckVector<std::vector<E>>(                                         \
+            parcel, [](Parcel& p, std::vector<E>& v) { return p.READ(&v); }, \
+            [](Parcel& p, const std::vector<E>& v) { return p.WRITE(v); });  \
         break
-#define VALUE_ROW(OP, T, READ, SIZE)                                                                           \
-    case OP:                                                                                                   \
-        CheckValueForm<T>(parcel, [](Parcel& p) { return p.READ(); }, SIZE);                                   \
+#define VALUE_ROW(OP, T, READ, SIZE)                           \
+    case OP:                                                   \
+        CheckValueForm<T>(                                     \
+            parcel, [](Parcel& p) { return p.READ(); }, SIZE); \
         break
 
 // One read, chosen by `operation`; `argument` is a size or a position for those that take one.

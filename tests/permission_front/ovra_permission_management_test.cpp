@@ -67,7 +67,8 @@ TEST(OvraAppPermissionGroupTest, ReadsAContainerGroupAndPrintsItLikeANativeOne)
     group = OvraAppPermissionGroup::Create(dto);
     ASSERT_TRUE(group.has_value());
     EXPECT_EQ(group->GetStatePack().ToString(),
-        "(ALLOW_ONLY_WHILE_IN_USE, [ALLOW_ALL_THE_TIME, ALLOW_ONLY_WHILE_IN_USE, ASK_EACH_TIME, DENY], {}, NONE)");    EXPECT_EQ(group->GetFlags(), 0);
+        "(ALLOW_ONLY_WHILE_IN_USE, [ALLOW_ALL_THE_TIME, ALLOW_ONLY_WHILE_IN_USE, ASK_EACH_TIME, DENY], {}, NONE)");
+    EXPECT_EQ(group->GetFlags(), 0);
 }
 
 TEST(OvraDtoTest, RecordsRoundTripAndMistypedMembersAreNamed)
@@ -168,14 +169,17 @@ TEST_F(OvraPermissionManagementTest, ListingByAppAsksOnceAndKeepsOnlyGoodAskedGr
                                       {"permissionGroups", json::array({"LOCATION", "CAMERA", "MICROPHONE"})}}));
 
     const std::pair<LogLevel, std::string> lines[] = {
-        {LOG_WARN, "unrecognized permissionGroup='TELEPORT' of bundleName='com.example.ovra.maps' has no "
-                   "corresponding enum, drop the group."},
-        {LOG_WARN, "unrecognized state='SOMETIMES' of bundleName='com.example.ovra.maps', "
-                   "permissionGroup='MICROPHONE' has no corresponding enum, drop the group."},
+        {LOG_WARN,
+            "unrecognized permissionGroup='TELEPORT' of bundleName='com.example.ovra.maps' has no "
+            "corresponding enum, drop the group."},
+        {LOG_WARN,
+            "unrecognized state='SOMETIMES' of bundleName='com.example.ovra.maps', "
+            "permissionGroup='MICROPHONE' has no corresponding enum, drop the group."},
         {LOG_WARN, "unrecognized disabledReason='BECAUSE'"},
         {LOG_ERROR, "checkedState=ALLOW not in shownStatesSet="},
-        {LOG_WARN, "inconsistent statePack of bundleName='com.example.ovra.maps', permissionGroup='MICROPHONE', "
-                   "drop the group."},
+        {LOG_WARN,
+            "inconsistent statePack of bundleName='com.example.ovra.maps', permissionGroup='MICROPHONE', "
+            "drop the group."},
         {LOG_WARN, "unrecognized state='' of bundleName='com.example.ovra.maps'"},
         {LOG_WARN, "bundleName='', permissionGroup='MICROPHONE' misses its bundleName or uid"},
         {LOG_WARN, "unasked bundleName='com.example.other', permissionGroup=CAMERA in the answer"},

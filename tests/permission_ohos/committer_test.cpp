@@ -114,7 +114,7 @@ TEST_F(CommitterTest, EachApplierGrantsAndRevokesItsPart)
         const auto state = State::ConvertFromEnumName(row.state);
         ASSERT_TRUE(state.has_value());
         EXPECT_TRUE(InstallAndCommit(PermissionGroup::LOCATION,
-                      {{Name(fg), row.foregroundBefore, UF}, {Name(bg), row.backgroundBefore, UF}}, *state, 3, US));
+            {{Name(fg), row.foregroundBefore, UF}, {Name(bg), row.backgroundBefore, UF}}, *state, 3, US));
         EXPECT_EQ(Now(fg), row.foregroundAfter);
         EXPECT_EQ(Now(bg), row.backgroundAfter);
         const auto level = std::string(row.finalLine).rfind("all", 0) == 0 ? LOG_INFO : LOG_WARN;

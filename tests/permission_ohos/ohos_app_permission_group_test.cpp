@@ -132,7 +132,6 @@ TEST(OhosAppPermissionGroupTest, CreateKeepsTheFirstEntryAndRefusesEmptyLists)
                                                     "            READ_CONTACTS, G, US",
                                                     "            WRITE_CONTACTS, NG",
                                                 }));
-
 }
 
 }  // namespace

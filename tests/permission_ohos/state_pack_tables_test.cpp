@@ -165,8 +165,8 @@ TEST_F(StatePackTablesTest, PasteboardAndDualStateRules)
             {{&OhosPermission::READ_PASTEBOARD, Fixed(G, ATT)}}, "K|KTD||-"},
         {"pasteboard granted", PermissionGroup::PASTEBOARD, {{&OhosPermission::READ_PASTEBOARD, G}}, "T|KTD||-"},
         {"pasteboard denied", PermissionGroup::PASTEBOARD, {{&OhosPermission::READ_PASTEBOARD, N}}, "D|KTD||-"},
-        {"pasteboard system fixed", PermissionGroup::PASTEBOARD,
-            {{&OhosPermission::READ_PASTEBOARD, Fixed(G, SF)}}, "T|KTD|KTD|F"},
+        {"pasteboard system fixed", PermissionGroup::PASTEBOARD, {{&OhosPermission::READ_PASTEBOARD, Fixed(G, SF)}},
+            "T|KTD|KTD|F"},
         {"pasteboard allowed this time, policy fixed", PermissionGroup::PASTEBOARD,
             {{&OhosPermission::READ_PASTEBOARD, Fixed(N, ATT | PF)}}, "K|KTD|KTD|F"},
         // Dual state: some but not all fixed, only the adjustable permissions count; all fixed,
@@ -207,10 +207,8 @@ TEST_F(StatePackTablesTest, FlagWordTellsUserSetAndUserFixed)
         int64_t flags;
         const char* text;
     } rows[] = {
-        {0, US | UF, 0, "(ALLOW, [ALLOW, DENY], {}, NONE)"},
-        {US, 0, 1, "(ALLOW, [ALLOW, DENY], {}, NONE, US)"},
-        {UF, 0, 2, "(ALLOW, [ALLOW, DENY], {}, NONE, UF)"},
-        {US | UF, 0, 3, "(ALLOW, [ALLOW, DENY], {}, NONE, US, UF)"},
+        {0, US | UF, 0, "(ALLOW, [ALLOW, DENY], {}, NONE)"}, {US, 0, 1, "(ALLOW, [ALLOW, DENY], {}, NONE, US)"},
+        {UF, 0, 2, "(ALLOW, [ALLOW, DENY], {}, NONE, UF)"}, {US | UF, 0, 3, "(ALLOW, [ALLOW, DENY], {}, NONE, US, UF)"},
         {GBP | CS | ATT, 0, 0, "(ALLOW, [ALLOW, DENY], {}, NONE)"},  // the other platform bits do not count
     };
     for (const auto& row : rows) {

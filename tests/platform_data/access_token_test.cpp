@@ -123,8 +123,7 @@ TEST_F(AccessTokenTest, GrantAndRevokeReplaceTheFlagsExactlyAsGiven)
                             : AccessTokenKit::RevokePermission(app.tokenId, CAMERA, row.flags),
             RET_SUCCESS)
             << row.flags;
-        EXPECT_EQ(State(app.tokenId, CAMERA),
-            StateFlags(row.grant ? PERMISSION_GRANTED : PERMISSION_DENIED, row.flags))
+        EXPECT_EQ(State(app.tokenId, CAMERA), StateFlags(row.grant ? PERMISSION_GRANTED : PERMISSION_DENIED, row.flags))
             << row.flags;
     }
     EXPECT_EQ(State(app.tokenId, MICROPHONE), StateFlags(PERMISSION_GRANTED, 0u));  // the other stays
@@ -158,9 +157,9 @@ TEST_F(AccessTokenTest, RefusalsNameTheirReasonAndChangeNothing)
         std::string permission;
         uint32_t flags;
         int32_t code;
-    } rows[] = {{app.tokenId, LOCATION, 0, ERR_PERMISSION_NOT_EXIST}, {app.tokenId + 1, CAMERA, 0, ERR_TOKENID_NOT_EXIST},
-        {INVALID_TOKENID, CAMERA, 0, ERR_PARAM_INVALID}, {app.tokenId, "", 0, ERR_PARAM_INVALID},
-        {app.tokenId, std::string(300, 'p'), 0, ERR_PARAM_INVALID},
+    } rows[] = {{app.tokenId, LOCATION, 0, ERR_PERMISSION_NOT_EXIST},
+        {app.tokenId + 1, CAMERA, 0, ERR_TOKENID_NOT_EXIST}, {INVALID_TOKENID, CAMERA, 0, ERR_PARAM_INVALID},
+        {app.tokenId, "", 0, ERR_PARAM_INVALID}, {app.tokenId, std::string(300, 'p'), 0, ERR_PARAM_INVALID},
         {app.tokenId, CAMERA, 0x80, ERR_PARAM_INVALID}};  // flags outside the known bits
     for (const auto& row : rows) {
         EXPECT_EQ(AccessTokenKit::GrantPermission(row.tokenId, row.permission, row.flags), row.code) << row.permission;

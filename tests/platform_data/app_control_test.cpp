@@ -78,10 +78,10 @@ TEST_F(AppControlTest, StatusesAreKeptPerAppAndUserAndEveryCallIsLoggedInOrder)
                         std::to_string(call.userId) + " " + std::to_string(call.result));
     }
     const std::string invalidUser = std::to_string(ERR_BUNDLE_MANAGER_INVALID_USER_ID);
-    EXPECT_EQ(calls, (std::vector<std::string>{"set app.one_KEY 100 0", "set app.two_KEY 100 0",
-                         "set app.two_KEY 100 0", "set app.two_KEY 101 0", "delete app.two_KEY 100 0",
-                         "delete app.never_KEY 100 0", "set  100 " + std::to_string(ERR_BUNDLE_MANAGER_PARAM_ERROR),
-                         "set app.one_KEY 107 " + invalidUser}));
+    EXPECT_EQ(calls,
+        (std::vector<std::string>{"set app.one_KEY 100 0", "set app.two_KEY 100 0", "set app.two_KEY 100 0",
+            "set app.two_KEY 101 0", "delete app.two_KEY 100 0", "delete app.never_KEY 100 0",
+            "set  100 " + std::to_string(ERR_BUNDLE_MANAGER_PARAM_ERROR), "set app.one_KEY 107 " + invalidUser}));
     EXPECT_EQ(AppControlService::GetInstance().GetCallLog()[2].want, Blocked("second"));
     AppControlService::GetInstance().ClearCallLog();
     EXPECT_TRUE(AppControlService::GetInstance().GetCallLog().empty());

@@ -87,7 +87,8 @@ TEST_F(BundleManagerTest, UidsAreUserTimesRangePlusOneIndexPerBundle)
     EXPECT_EQ(install("com.example.c", 100, 12000), ERR_BUNDLE_MANAGER_PARAM_ERROR);  // not its index on 101
     EXPECT_EQ(install("com.example.d", 100, 12345), ERR_BUNDLE_MANAGER_PARAM_ERROR);  // another bundle's index
     EXPECT_EQ(install("com.example.d", 100, 200000), ERR_BUNDLE_MANAGER_PARAM_ERROR);
-    EXPECT_EQ(install("com.example.d", 100, -1, {{CAMERA, AT::PERMISSION_GRANTED, 0}, {CAMERA, AT::PERMISSION_DENIED, 0}}),
+    EXPECT_EQ(
+        install("com.example.d", 100, -1, {{CAMERA, AT::PERMISSION_GRANTED, 0}, {CAMERA, AT::PERMISSION_DENIED, 0}}),
         ERR_BUNDLE_MANAGER_PARAM_ERROR);
     EXPECT_EQ(install("", 100, -1), ERR_BUNDLE_MANAGER_PARAM_ERROR);
     EXPECT_FALSE(Bms().FindBundle("com.example.d", 100).has_value());
@@ -114,8 +115,8 @@ TEST_F(BundleManagerTest, UidsAreUserTimesRangePlusOneIndexPerBundle)
     for (const auto& bundle : Bms().ListBundles()) {
         all.push_back(bundle.bundleName + "@" + std::to_string(bundle.userId));
     }
-    EXPECT_EQ(all, (std::vector<std::string>{"com.example.a@100", "com.example.b@100", "com.example.a@101",
-                       "com.example.c@101"}));
+    EXPECT_EQ(all,
+        (std::vector<std::string>{"com.example.a@100", "com.example.b@100", "com.example.a@101", "com.example.c@101"}));
 }
 
 TEST_F(BundleManagerTest, UninstallDeletesTheTokenAndItsRecordsAndFreesTheIndex)

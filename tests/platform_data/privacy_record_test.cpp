@@ -42,9 +42,8 @@ protected:
         return Host::AccessTokenService::GetInstance().CreateHapToken(params).tokenId;
     }
 
-    static UsageRecord Record(AccessTokenID tokenId, const std::string& permission, int64_t timestamp,
-        int32_t success, int32_t fail = 0, int32_t status = PERM_ACTIVE_IN_FOREGROUND,
-        int32_t screen = PERM_ACTIVE_IN_UNLOCKED)
+    static UsageRecord Record(AccessTokenID tokenId, const std::string& permission, int64_t timestamp, int32_t success,
+        int32_t fail = 0, int32_t status = PERM_ACTIVE_IN_FOREGROUND, int32_t screen = PERM_ACTIVE_IN_UNLOCKED)
     {
         UsageRecord record;
         record.tokenId = tokenId;
@@ -123,17 +122,18 @@ TEST_F(PrivacyRecordTest, KitRecordsTheCurrentTimeAppStateAndScreenState)
 
     Lines listed;
     for (const auto& r : Records().ListRecords()) {
-        listed.push_back(std::to_string(r.timestamp) + " " + std::to_string(r.status) + std::to_string(r.lockScreenStatus) +
-                         " " + std::to_string(r.successCount) + "/" + std::to_string(r.failCount) + " " +
-                         std::to_string(r.type));
+        listed.push_back(std::to_string(r.timestamp) + " " + std::to_string(r.status) +
+                         std::to_string(r.lockScreenStatus) + " " + std::to_string(r.successCount) + "/" +
+                         std::to_string(r.failCount) + " " + std::to_string(r.type));
     }
     // time, app and screen state, successes/failures, type.
-    EXPECT_EQ(listed, (Lines{"1700000000000 " + std::to_string(PERM_ACTIVE_IN_FOREGROUND * 10 + PERM_ACTIVE_IN_UNLOCKED) +
-                                 " 2/0 " + std::to_string(NORMAL_TYPE),
-                          "1700000005000 " + std::to_string(PERM_ACTIVE_IN_BACKGROUND * 10 + PERM_ACTIVE_IN_LOCKED) +
-                              " 0/3 " + std::to_string(PICKER_TYPE),
-                          "1700000005000 " + std::to_string(PERM_ACTIVE_IN_FOREGROUND * 10 + PERM_ACTIVE_IN_LOCKED) +
-                              " 1/1 " + std::to_string(NORMAL_TYPE)}));
+    EXPECT_EQ(
+        listed, (Lines{"1700000000000 " + std::to_string(PERM_ACTIVE_IN_FOREGROUND * 10 + PERM_ACTIVE_IN_UNLOCKED) +
+                           " 2/0 " + std::to_string(NORMAL_TYPE),
+                    "1700000005000 " + std::to_string(PERM_ACTIVE_IN_BACKGROUND * 10 + PERM_ACTIVE_IN_LOCKED) +
+                        " 0/3 " + std::to_string(PICKER_TYPE),
+                    "1700000005000 " + std::to_string(PERM_ACTIVE_IN_FOREGROUND * 10 + PERM_ACTIVE_IN_LOCKED) +
+                        " 1/1 " + std::to_string(NORMAL_TYPE)}));
     EXPECT_FALSE(Records().SetAppStatus(camApp_, PERM_INACTIVE));
     EXPECT_FALSE(Records().SetScreenStatus(0));
     EXPECT_EQ(Records().GetAppStatus(camApp_), PERM_ACTIVE_IN_BACKGROUND);

@@ -66,8 +66,8 @@ public:
 };
 
 template <typename T>
-void RoundTrip(Parcel& parcel, bool (Parcel::*write)(const std::vector<T>&),
-    bool (Parcel::*read)(std::vector<T>*), const std::vector<T>& value)
+void RoundTrip(Parcel& parcel, bool (Parcel::*write)(const std::vector<T>&), bool (Parcel::*read)(std::vector<T>*),
+    const std::vector<T>& value)
 {
     const size_t start = parcel.GetDataSize();
     ASSERT_TRUE((parcel.*write)(value));
@@ -160,7 +160,8 @@ TEST(ParcelTest, ItemsHaveThePlatformLayout)
     // Strings: byte length, bytes, NUL, padding to the word; an exact multiple of four still gets its
     // NUL. UTF-16 counts units, so a surrogate pair counts two.
     const std::vector<std::pair<std::function<bool(MessageParcel&)>, Bytes>> rows = {
-        {[](MessageParcel& p) { return p.WriteInterfaceToken(u"ab"); }, Words({0x100, 0, 2}, {'a', 0, 'b', 0, 0, 0, 0, 0})},
+        {[](MessageParcel& p) { return p.WriteInterfaceToken(u"ab"); },
+            Words({0x100, 0, 2}, {'a', 0, 'b', 0, 0, 0, 0, 0})},
         {[](MessageParcel& p) { return p.WriteString("abc") && p.WriteString("abcd") && p.WriteString(""); },
             Words({3}, {'a', 'b', 'c', 0}) + Words({4}, {'a', 'b', 'c', 'd', 0, 0, 0, 0}) + Words({0, 0})},
         {[](MessageParcel& p) { return p.WriteString16(u"\U0001F600"); },

@@ -57,36 +57,45 @@ TEST_F(RdbPredicatesTest, ConditionsSelectThePolicyRowsOfBundles)
     const std::vector<std::tuple<const char*, Build, Names>> cases = {
         {"equal", [](auto& p) { p.EqualTo("policy_name", "malicious-app").OrderByAsc("bundle_name"); },
             {"com.a", "com.b", "com.c"}},
-        {"in", [](auto& p) {
-             p.EqualTo("policy_name", "malicious-app").And().In("bundle_name", {"com.c", "com.a", "com.zzz"});
-             p.OrderByAsc("bundle_name");
-         }, {"com.a", "com.c"}},
+        {"in",
+            [](auto& p) {
+                p.EqualTo("policy_name", "malicious-app").And().In("bundle_name", {"com.c", "com.a", "com.zzz"});
+                p.OrderByAsc("bundle_name");
+            },
+            {"com.a", "com.c"}},
         // The empty list matches nothing, not everything.
         {"in none", [](auto& p) { p.EqualTo("policy_name", "malicious-app").And().In("bundle_name", {}); }, {}},
-        {"not in none", [](auto& p) {
-             p.NotIn("bundle_name", {}).And().EqualTo("policy_name", "other").OrderByAsc("bundle_name");
-         }, {"com.a", "com.d"}},
+        {"not in none",
+            [](auto& p) { p.NotIn("bundle_name", {}).And().EqualTo("policy_name", "other").OrderByAsc("bundle_name"); },
+            {"com.a", "com.d"}},
         // Integers compare as numbers, and strings against an integer column by its affinity.
         {"affinity", [](auto& p) { p.EqualTo("policy_value", 1).And().In("version_code", {"5"}); }, {"com.d"}},
         // Without an operator, conditions are joined by AND.
-        {"implicit and", [](auto& p) { p.EqualTo("bundle_name", "com.a").EqualTo("policy_name", "other"); },
-            {"com.a"}},
-        {"or", [](auto& p) {
-             p.EqualTo("bundle_name", "com.b").Or().EqualTo("bundle_name", "com.d").OrderByDesc("bundle_name");
-         }, {"com.d", "com.b"}},
+        {"implicit and", [](auto& p) { p.EqualTo("bundle_name", "com.a").EqualTo("policy_name", "other"); }, {"com.a"}},
+        {"or",
+            [](auto& p) {
+                p.EqualTo("bundle_name", "com.b").Or().EqualTo("bundle_name", "com.d").OrderByDesc("bundle_name");
+            },
+            {"com.d", "com.b"}},
         // value = 1 AND (bundle = b OR bundle = c): the wrap keeps OR from swallowing the first term.
-        {"wrap", [](auto& p) {
-             p.EqualTo("policy_value", 1).And().BeginWrap().EqualTo("bundle_name", "com.b").Or();
-             p.EqualTo("bundle_name", "com.c").EndWrap();
-         }, {"com.c"}},
-        {"ranges", [](auto& p) {
-             p.GreaterThan("version_code", 1).Or().LessThan("policy_value", 1);
-             p.OrderByAsc("bundle_name").OrderByAsc("policy_name");
-         }, {"com.a", "com.b", "com.d"}},
-        {"not equal", [](auto& p) {
-             p.NotEqualTo("policy_name", "malicious-app").And().GreaterThanOrEqualTo("policy_value", 1);
-             p.And().LessThanOrEqualTo("version_code", 5);
-         }, {"com.d"}},
+        {"wrap",
+            [](auto& p) {
+                p.EqualTo("policy_value", 1).And().BeginWrap().EqualTo("bundle_name", "com.b").Or();
+                p.EqualTo("bundle_name", "com.c").EndWrap();
+            },
+            {"com.c"}},
+        {"ranges",
+            [](auto& p) {
+                p.GreaterThan("version_code", 1).Or().LessThan("policy_value", 1);
+                p.OrderByAsc("bundle_name").OrderByAsc("policy_name");
+            },
+            {"com.a", "com.b", "com.d"}},
+        {"not equal",
+            [](auto& p) {
+                p.NotEqualTo("policy_name", "malicious-app").And().GreaterThanOrEqualTo("policy_value", 1);
+                p.And().LessThanOrEqualTo("version_code", 5);
+            },
+            {"com.d"}},
         {"page", [](auto& p) { p.OrderByAsc("bundle_name").OrderByAsc("policy_name").Limit(2).Offset(1); },
             {"com.a", "com.b"}},
         {"offset only", [](auto& p) { p.OrderByAsc("bundle_name").Offset(4); }, {"com.d"}},

@@ -54,7 +54,6 @@ TEST(FrameCodecTest, HeadersHaveTheDocumentedBytes)
     reply.payload = {0x10, 0x20};
     const Bytes expectedReply = {0x41, 0x53, 0x52, 0x01, 0x02, 0x00, 0x00, 0x00, 0xFB, 0xFF, 0xFF, 0xFF, 0x10, 0x20};
     EXPECT_EQ(EncodeReply(reply), expectedReply);
-
 }
 
 TEST(FrameCodecTest, FramesSurviveAnySplitOfTheStream)

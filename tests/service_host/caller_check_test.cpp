@@ -1,5 +1,5 @@
-#include <tuple>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -64,8 +64,9 @@ char CallerCheckTest::Run(Server::SecurityPrivacyServiceIntf& proxy, size_t prob
     switch (probe) {
         case 0:
         case 1: {
-            const auto infos = probe == 0 ? proxy.GetAppPermissionGroupInfosByApp("clone-query", CLONE_USER_ID, {"CAMERA"})
-                                          : proxy.GetAppPermissionGroupInfosByPermission("clone-query", CLONE_USER_ID, {});
+            const auto infos = probe == 0
+                                   ? proxy.GetAppPermissionGroupInfosByApp("clone-query", CLONE_USER_ID, {"CAMERA"})
+                                   : proxy.GetAppPermissionGroupInfosByPermission("clone-query", CLONE_USER_ID, {});
             if (infos.empty()) {
                 return refusal();
             }
@@ -80,7 +81,8 @@ char CallerCheckTest::Run(Server::SecurityPrivacyServiceIntf& proxy, size_t prob
         // A query without a user reaches the record module, which answers it with 401.
         case 4: return coded(proxy.GetPermissionUsageSummary({}, records), 401);
         case 5: return coded(proxy.GetPermissionUsageTimeline({}, records), 401);
-        case 6: return coded(proxy.GTokenPolicyAddPolicy({Server::GTokenInfo("com.probe", "fp", 1, {{"probe", 1}})}), 1);
+        case 6:
+            return coded(proxy.GTokenPolicyAddPolicy({Server::GTokenInfo("com.probe", "fp", 1, {{"probe", 1}})}), 1);
         case 7: return coded(proxy.GTokenPolicyGetPolicy("probe", {"com.probe"}).ret, 0);
         default: return coded(proxy.GTokenPolicyRemovePolicy({"com.probe"}), 1);
     }
@@ -90,7 +92,9 @@ TEST_F(CallerCheckTest, EveryCodeAdmitsAndRefusesEachKindOfCaller)
 {
     ASSERT_NE(Start(), nullptr);
     const auto& all = AllServicePermissions();
-    const auto systemApp = [](const char* name, const std::string& permission) { return App(name, true, {permission}); };
+    const auto systemApp = [](const char* name, const std::string& permission) {
+        return App(name, true, {permission});
+    };
     const std::vector<std::tuple<const char*, CallerIdentity, std::string>> rows = {
         {"native with all", Process("privileged_native", 3050, TOKEN_NATIVE, all), "NNNNNNNNN"},
         {"shell with all", Process("hdcd", 2000, TOKEN_SHELL, all), "NNNNNNNNN"},

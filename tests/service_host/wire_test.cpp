@@ -71,22 +71,36 @@ const std::vector<std::pair<uint32_t, Call>>& Calls()
     using Query = Server::Record::PermissionUsageRecordQuery;
     static std::vector<Server::Record::PermissionUsageRecord> records;
     static const std::vector<std::pair<uint32_t, Call>> calls = {
-        {1, [](auto& p) { p.GetAppPermissionGroupInfosByApp("com.a", 100, {"CAMERA", "LOCATION"}); }},
+        {1,
+            [](auto& p) {
+                p.GetAppPermissionGroupInfosByApp("com.a", 100, {"CAMERA", "LOCATION"});
+            }},
         {2, [](auto& p) { p.GetAppPermissionGroupInfosByPermission("CAMERA", 100, {"com.a"}); }},
-        {3, [](auto& p) { p.SetAppPermissionGroupCheckedState("com.a", 20010000, "CAMERA", {"DENY", 3, 1}); }},
-        {4, [](auto& p) {
-             Query query;
-             query.SetUserIds({100});
-             query.SetBundleNames({"com.a"});
-             p.GetPermissionUsageSummary(query, records);
-         }},
-        {5, [](auto& p) {
-             Query query;
-             query.SetOperationGroups({"CAMERA"});
-             p.GetPermissionUsageTimeline(query, records);
-         }},
-        {11, [](auto& p) { p.GTokenPolicyAddPolicy({GTokenInfo("com.a", "fp", 2, {{"p", 0}})}); }},
-        {12, [](auto& p) { p.GTokenPolicyGetPolicy("p", {"com.a", "com.b"}); }},
+        {3,
+            [](auto& p) {
+                p.SetAppPermissionGroupCheckedState("com.a", 20010000, "CAMERA", {"DENY", 3, 1});
+            }},
+        {4,
+            [](auto& p) {
+                Query query;
+                query.SetUserIds({100});
+                query.SetBundleNames({"com.a"});
+                p.GetPermissionUsageSummary(query, records);
+            }},
+        {5,
+            [](auto& p) {
+                Query query;
+                query.SetOperationGroups({"CAMERA"});
+                p.GetPermissionUsageTimeline(query, records);
+            }},
+        {11,
+            [](auto& p) {
+                p.GTokenPolicyAddPolicy({GTokenInfo("com.a", "fp", 2, {{"p", 0}})});
+            }},
+        {12,
+            [](auto& p) {
+                p.GTokenPolicyGetPolicy("p", {"com.a", "com.b"});
+            }},
         {13, [](auto& p) { p.GTokenPolicyRemovePolicy({"com.b"}); }},
     };
     return calls;
