@@ -53,6 +53,9 @@ std::optional<DaemonOptions> DaemonOptions::Parse(int argc, char** argv, int& ex
         {"fatal", LOG_FATAL}, {"F", LOG_FATAL}};
     options.logLevel = LEVELS.at(level);
     options.dataRoot = HostPaths::DataRoot(options.dataRoot);
+    while (options.dataRoot.size() > 1 && options.dataRoot.back() == '/') {
+        options.dataRoot.pop_back();  // "/srv/asp/" is the root /srv/asp, not a directory inside it
+    }
     options.socketPath = HostPaths::SocketPath(options.socketPath, options.dataRoot);
     if (options.profilePath.empty()) {
         options.profilePath = HostPaths::DefaultProfile();

@@ -79,12 +79,13 @@ bool HostDaemon::Start()
     }
     // Requests may arrive as soon as the socket listens; they wait in Serve until the device is up.
     dispatcher_ = std::make_unique<RequestDispatcher>(abilities_, control_, Transport::DEFAULT_MAX_PAYLOAD);
+    const bool passed = options_.listenFd >= 0;
     if (!TakeSocket() || !TakeDataRoot()) {
         return false;
     }
     HOSTD_LOGI("asp_hostd starting: pid %{public}d, data root %{public}s, socket %{public}s%{public}s",
         static_cast<int>(getpid()), options_.dataRoot.c_str(), options_.socketPath.c_str(),
-        options_.listenFd >= 0 ? " (passed by the service manager)" : "");
+        passed ? " (passed by the service manager)" : "");
     if (!BootDevice()) {
         return false;
     }

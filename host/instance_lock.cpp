@@ -40,6 +40,12 @@ std::string Foreign(const struct stat& info)
     return std::string();
 }
 
+// "<path> <why>. Remove it (rm '<path>')".
+std::string Refusal(const std::string& path, const std::string& why)
+{
+    return path + " " + why + ". Remove it (rm '" + path + "')";
+}
+
 }  // namespace
 
 InstanceLock::~InstanceLock()
@@ -64,15 +70,15 @@ bool InstanceLock::Acquire(const std::string& dataRoot, std::string& message)
     for (int attempt = 0; attempt < ATTEMPTS; ++attempt) {
         const int fd = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
         if (fd < 0) {
-            message = errno == ELOOP
-                          ? path + " is a symbolic link: asp_hostd writes its pid only into a plain file " +
-                                "of its own, and wrote nothing through the link. Remove it (rm '" + path + "')"
-                          : "cannot open " + path + ": " + std::strerror(errno);
+            message = errno == ELOOP ? Refusal(path,
+                                           "is a symbolic link: asp_hostd writes its pid only into a plain "
+                                           "file of its own, and wrote nothing through the link")
+                                     : "cannot open " + path + ": " + std::strerror(errno);
             return false;
         }
         struct stat held {};
         if (fstat(fd, &held) != 0 || !Foreign(held).empty()) {
-            message = path + " " + Foreign(held) + "; asp_hostd wrote nothing to it. Remove it (rm '" + path + "')";
+            message = Refusal(path, Foreign(held) + "; asp_hostd wrote nothing to it");
             close(fd);
             return false;
         }
