@@ -71,6 +71,10 @@ std::string ToolContext::DescribeStatus(const Transport::SocketRemoteObject& rem
                 }
                 return "cannot connect to asp_hostd at " + socketPath_ + ": " + std::strerror(remote.LastErrno());
             case TransportError::INVALID_PATH:
+                if (socketPath_.empty()) {
+                    return "no socket to reach asp_hostd: not root and XDG_RUNTIME_DIR is not set; give --socket, "
+                           "--data-root or ASP_SOCKET";
+                }
                 return "the socket path '" + socketPath_ + "' is empty or too long for a Unix socket";
             case TransportError::TIMEOUT: return "asp_hostd at " + socketPath_ + " did not answer in time";
             default: return std::string("the request to asp_hostd failed: ") + TransportErrorName(remote.LastError());
