@@ -98,10 +98,13 @@ public:
             return false;
         }
         root_ = pattern;
-        chmod(root_.c_str(), 0755);  // the clients reach the socket after switching to the app's uid
-        socket_ = root_ + "/asp_hostd.sock";
+        // The clients reach the socket after switching to the app's uid: they pass through this
+        // directory to the socket's, which the daemon makes 0711; its data root it keeps to itself.
+        chmod(root_.c_str(), 0711);
+        socket_ = root_ + "/run/asp_hostd.sock";
         const std::string log = root_ + "/hostd.log";
-        std::vector<std::string> args = {ASP_HOSTD_PATH, "--data-root", root_, "--socket", socket_, "--log-file", log};
+        std::vector<std::string> args = {
+            ASP_HOSTD_PATH, "--data-root", root_ + "/device", "--socket", socket_, "--log-file", log};
         std::vector<char*> argv;
         for (auto& arg : args) {
             argv.push_back(arg.data());

@@ -5,6 +5,7 @@
 #include <map>
 
 #include "host/host_paths.h"
+#include "platform/base/data_root.h"
 
 namespace OHOS::Host::Daemon {
 
@@ -17,9 +18,14 @@ std::optional<DaemonOptions> DaemonOptions::Parse(int argc, char** argv, int& ex
         "asp_hostd: the device host. It keeps the device's platform state under a data root and serves "
         "system ability 65993 (loaded on demand) and the host's provisioning requests on a Unix socket."};
     app.add_option("--data-root", options.dataRoot,
-        "directory of the device's files (default: $ASP_DATA_ROOT, else /tmp/asp-device)");
+        "directory of the device's files, private to asp_hostd's uid (default: $ASP_DATA_ROOT, else " +
+            std::string(DataRoot::SYSTEM_ROOT) + " for root, $XDG_RUNTIME_DIR/" + DataRoot::USER_ROOT_NAME +
+            " for others)");
     app.add_option("--socket", options.socketPath,
-        "socket to serve (default: $ASP_SOCKET, else <data-root>/" + std::string(HostPaths::SOCKET_NAME) + ")");
+        "socket to serve (default: $ASP_SOCKET, else " + std::string(HostPaths::SYSTEM_RUNTIME_DIRECTORY) + "/" +
+            HostPaths::SOCKET_NAME + " beside " + DataRoot::SYSTEM_ROOT + ", <data-root>" +
+            HostPaths::RUNTIME_DIRECTORY_SUFFIX + "/" + HostPaths::SOCKET_NAME +
+            " beside any other root); a socket passed by the service manager (LISTEN_FDS) is served instead");
     app.add_option("--profile", options.profilePath,
         "device profile that seeds a new device (default: profiles/default_device.json of this build or install)");
     app.add_option("--ability-lib", options.abilityLibrary,
@@ -47,6 +53,9 @@ std::optional<DaemonOptions> DaemonOptions::Parse(int argc, char** argv, int& ex
         {"fatal", LOG_FATAL}, {"F", LOG_FATAL}};
     options.logLevel = LEVELS.at(level);
     options.dataRoot = HostPaths::DataRoot(options.dataRoot);
+    while (options.dataRoot.size() > 1 && options.dataRoot.back() == '/') {
+        options.dataRoot.pop_back();  // "/srv/asp/" is the root /srv/asp, not a directory inside it
+    }
     options.socketPath = HostPaths::SocketPath(options.socketPath, options.dataRoot);
     if (options.profilePath.empty()) {
         options.profilePath = HostPaths::DefaultProfile();

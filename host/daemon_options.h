@@ -24,6 +24,9 @@ struct DaemonOptions {
     // The ability's idle delay before it asks to be unloaded (the service's diagnostic parameter);
     // empty: leave the parameter as the device has it.
     std::optional<int64_t> unloadDelayMs;
+    // A listening socket the service manager passed (see SocketActivation); -1: the daemon binds
+    // socketPath itself. Not a command-line option.
+    int listenFd = -1;
 
     // The options, with every default resolved; empty when the program should exit at once with
     // `exitCode` (0 after --help, 2 after a usage error, which has been printed).

@@ -53,6 +53,8 @@ enum : int32_t {
 enum : int32_t {
     HOSTD_NO_SUCH_ABILITY = 0x7FFF0001,      // no library is bound to the ability id
     HOSTD_ABILITY_UNAVAILABLE = 0x7FFF0002,  // its library did not load or it did not start
+    HOSTD_DUMP_NOT_ALLOWED = 0x7FFF0003,     // a dump from a caller that is neither the dump tool nor root
+    HOSTD_NOT_SERVING = 0x7FFF0004,          // the daemon did not finish starting, or is stopping
 };
 
 }  // namespace OHOS::Host

@@ -1,7 +1,7 @@
 #include "host/host_daemon.h"
 
 #include <signal.h>
-#include <sys/stat.h>
+#include <sys/un.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -11,6 +11,8 @@
 #include <system_error>
 #include <utility>
 
+#include "host/data_root_guard.h"
+#include "host/host_control_protocol.h"
 #include "host/host_log.h"
 #include "parameters.h"
 #include "platform/access_token/access_token_service.h"
@@ -23,35 +25,6 @@ namespace {
 
 // How long a stop waits for the ability's OnStop and its library's unload.
 constexpr std::chrono::seconds STOP_WAIT{20};
-// Directories the daemon makes: every uid may pass through to the socket (apps connect to it),
-// none but the owner may list or change them.
-constexpr std::filesystem::perms DIRECTORY_MODE =
-    std::filesystem::perms::owner_all | std::filesystem::perms::group_exec | std::filesystem::perms::others_exec;
-
-// Makes the directory and its missing parents with DIRECTORY_MODE. False with `error` set when it
-// cannot.
-bool MakeDirectories(const std::filesystem::path& directory, std::error_code& error)
-{
-    if (std::filesystem::is_directory(directory, error)) {
-        return true;
-    }
-    if (directory.has_parent_path() && directory.parent_path() != directory &&
-        !MakeDirectories(directory.parent_path(), error)) {
-        return false;
-    }
-    if (!std::filesystem::create_directory(directory, error) && error) {
-        return false;
-    }
-    std::filesystem::permissions(directory, DIRECTORY_MODE, error);
-    return !error;
-}
-
-// Whether a process of another uid can reach entries of the directory.
-bool SearchableByOthers(const std::string& directory)
-{
-    struct stat info {};
-    return stat(directory.c_str(), &info) == 0 && (info.st_mode & S_IXOTH) != 0;
-}
 
 }  // namespace
 
@@ -68,7 +41,7 @@ HostDaemon::~HostDaemon()
 bool HostDaemon::Fail(const std::string& message)
 {
     std::fprintf(stderr, "asp_hostd: %s\n", message.c_str());
-    if (!options_.logFile.empty()) {
+    if (logToFile_) {
         HOSTD_LOGE("%{public}s", message.c_str());  // on stderr the line above says it already
     }
     return false;
@@ -96,21 +69,23 @@ int HostDaemon::Run()
 bool HostDaemon::Start()
 {
     HiviewDFX::Host::HiLogHost::SetLevel(options_.logLevel);
-    if (!options_.logFile.empty()) {
-        if (!HiviewDFX::Host::HiLogHost::SetOutputFile(options_.logFile)) {
-            return Fail("cannot open the log file " + options_.logFile);
-        }
-        HiviewDFX::Host::HiLogHost::SetStderrEnabled(false);
-    }
-    HOSTD_LOGI("asp_hostd starting: pid %{public}d, data root %{public}s, socket %{public}s",
-        static_cast<int>(getpid()), options_.dataRoot.c_str(), options_.socketPath.c_str());
-    if (!PrepareDirectories()) {
-        return false;
+    if (options_.dataRoot.empty()) {
+        return Fail("no data root: asp_hostd runs as uid " + std::to_string(geteuid()) +
+                    ", which is not root, and XDG_RUNTIME_DIR is not set; give --data-root (or ASP_DATA_ROOT)");
     }
     std::string message;
-    if (!lock_.Acquire(options_.dataRoot, message)) {
+    if (!DataRootGuard::CheckRoot(options_.dataRoot, message)) {
         return Fail(message);
     }
+    // Requests may arrive as soon as the socket listens; they wait in Serve until the device is up.
+    dispatcher_ = std::make_unique<RequestDispatcher>(abilities_, control_, Transport::DEFAULT_MAX_PAYLOAD);
+    const bool passed = options_.listenFd >= 0;
+    if (!TakeSocket() || !TakeDataRoot()) {
+        return false;
+    }
+    HOSTD_LOGI("asp_hostd starting: pid %{public}d, data root %{public}s, socket %{public}s%{public}s",
+        static_cast<int>(getpid()), options_.dataRoot.c_str(), options_.socketPath.c_str(),
+        passed ? " (passed by the service manager)" : "");
     if (!BootDevice()) {
         return false;
     }
@@ -129,18 +104,41 @@ bool HostDaemon::Start()
     }
     abilities_.Bind(PRIVACY_ABILITY_ID, options_.abilityLibrary);
     abilities_.Install();
+    SetReadiness(Readiness::SERVING);
+    HOSTD_LOGI("asp_hostd serving %{public}s with %{public}zu IPC threads; SA %{public}d from %{public}s",
+        options_.socketPath.c_str(), options_.threads, PRIVACY_ABILITY_ID, options_.abilityLibrary.c_str());
+    return true;
+}
+
+bool HostDaemon::TakeSocket()
+{
     Transport::ServerOptions serverOptions;
     serverOptions.threads = options_.threads;
-    dispatcher_ = std::make_unique<RequestDispatcher>(abilities_, control_, serverOptions.maxPayload);
+    serverOptions.listenFd = options_.listenFd;
+    if (options_.listenFd < 0) {
+        // Checked before the directory is made: a socket that cannot be served leaves nothing behind.
+        if (options_.socketPath.empty() || options_.socketPath.size() >= sizeof(sockaddr_un::sun_path)) {
+            return Fail("the socket path '" + options_.socketPath + "' is empty or longer than a Unix socket allows (" +
+                        std::to_string(sizeof(sockaddr_un::sun_path) - 1) + " bytes); choose a shorter --socket");
+        }
+        const std::string directory = std::filesystem::path(options_.socketPath).parent_path().string();
+        std::string message;
+        if (!directory.empty() &&
+            (!DataRootGuard::MakeDirectory(directory, DataRootGuard::SOCKET_DIRECTORY_MODE, message) ||
+                !DataRootGuard::CheckSocketDirectory(directory, message))) {
+            return Fail(message);
+        }
+    }
+    options_.listenFd = -1;  // the server owns it from here on, and closes it
     server_ = std::make_unique<Transport::SocketServer>(
         options_.socketPath,
         [this](const Transport::PeerCredentials& caller, const Transport::RequestFrame& request) {
-            return dispatcher_->Handle(caller, request);
+            return Serve(caller, request);
         },
         serverOptions);
     const Transport::TransportError error = server_->Start();
     switch (error) {
-        case Transport::TransportError::OK: break;
+        case Transport::TransportError::OK: return true;
         case Transport::TransportError::ADDRESS_IN_USE:
             return Fail("another asp_hostd is serving " + options_.socketPath +
                         " (or the path is a file that is not a socket); stop it or choose another --socket");
@@ -150,25 +148,27 @@ bool HostDaemon::Start()
             return Fail("cannot serve " + options_.socketPath + ": " + Transport::TransportErrorName(error) + " (" +
                         std::strerror(errno) + ")");
     }
-    HOSTD_LOGI("asp_hostd serving %{public}s with %{public}zu IPC threads; SA %{public}d from %{public}s",
-        options_.socketPath.c_str(), options_.threads, PRIVACY_ABILITY_ID, options_.abilityLibrary.c_str());
-    return true;
 }
 
-bool HostDaemon::PrepareDirectories()
+bool HostDaemon::TakeDataRoot()
 {
-    std::error_code error;
-    if (!MakeDirectories(options_.dataRoot, error)) {
-        return Fail("cannot make the data root " + options_.dataRoot + ": " + error.message());
+    std::string message;
+    // Made private, then checked again: a root that someone else made in between is refused.
+    if (!DataRootGuard::MakeDirectory(options_.dataRoot, DataRootGuard::ROOT_MODE, message) ||
+        !DataRootGuard::CheckRoot(options_.dataRoot, message) || !lock_.Acquire(options_.dataRoot, message)) {
+        return Fail(message);
     }
-    const std::filesystem::path socketDirectory = std::filesystem::path(options_.socketPath).parent_path();
-    if (!socketDirectory.empty() && !MakeDirectories(socketDirectory, error)) {
-        return Fail("cannot make the socket's directory " + socketDirectory.string() + ": " + error.message());
+    if (!options_.logFile.empty()) {
+        // Opened only now, so that a log file inside the data root finds the root made and private.
+        if (!HiviewDFX::Host::HiLogHost::SetOutputFile(options_.logFile)) {
+            return Fail("cannot open the log file " + options_.logFile);
+        }
+        HiviewDFX::Host::HiLogHost::SetStderrEnabled(false);
+        logToFile_ = true;
     }
-    const std::string served = socketDirectory.empty() ? std::string(".") : socketDirectory.string();
-    if (!SearchableByOthers(served)) {
-        HOSTD_LOGW(
-            "%{public}s is not searchable by other users: apps (aspctl --as) cannot reach the socket", served.c_str());
+    const std::string socketDirectory = std::filesystem::path(options_.socketPath).parent_path().string();
+    if (!DataRootGuard::CheckTree(options_.dataRoot, socketDirectory, message)) {
+        return Fail(message);
     }
     return true;
 }
@@ -204,8 +204,34 @@ void HostDaemon::SetSelfToken()
     SetSelfTokenID(tokens.GetFullTokenId(tokenId));
 }
 
+void HostDaemon::SetReadiness(Readiness readiness)
+{
+    {
+        std::lock_guard<std::mutex> lock(readinessMutex_);
+        readiness_.store(readiness, std::memory_order_release);
+    }
+    readinessChanged_.notify_all();
+}
+
+Transport::ReplyFrame HostDaemon::Serve(
+    const Transport::PeerCredentials& caller, const Transport::RequestFrame& request)
+{
+    if (readiness_.load(std::memory_order_acquire) != Readiness::SERVING) {
+        std::unique_lock<std::mutex> lock(readinessMutex_);
+        readinessChanged_.wait(lock, [this] { return readiness_.load() != Readiness::BOOTING; });
+        if (readiness_.load() != Readiness::SERVING) {
+            Transport::ReplyFrame refused;
+            refused.status = HOSTD_NOT_SERVING;
+            return refused;
+        }
+    }
+    return dispatcher_->Handle(caller, request);
+}
+
 void HostDaemon::Stop()
 {
+    // Releases the requests that wait for a boot that will not come, so that the pool can stop.
+    SetReadiness(Readiness::CLOSED);
     if (server_ != nullptr) {
         server_->Stop();
     }
@@ -213,6 +239,11 @@ void HostDaemon::Stop()
     if (deviceBooted_) {
         DeviceState::GetInstance().Shutdown();
         deviceBooted_ = false;
+    }
+    lock_.Release();
+    if (options_.listenFd >= 0) {
+        close(options_.listenFd);  // passed, and never handed to a server
+        options_.listenFd = -1;
     }
 }
 

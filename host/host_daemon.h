@@ -1,14 +1,24 @@
 /*
- * asp_hostd as a whole: it takes its data root (one daemon per root), boots the device there
- * (seeding it from the profile on the first start, restoring it afterwards), binds ability 65993 to
- * its library, serves the socket with its IPC thread pool, and on SIGTERM or SIGINT stops serving,
- * lets the ability stop and unload, and closes the device.
+ * asp_hostd as a whole. It starts in an order that writes nothing to the data root until it is sure
+ * to serve: it checks that the data root is private to its uid, takes the socket (its own, or the
+ * one the service manager passed), then makes the data root and takes it (one daemon per root),
+ * checks every path under it, and only then boots the device there (seeding it from the profile on
+ * the first start, restoring it afterwards). Requests that arrive while the device boots wait for
+ * it: none is served before. It then binds ability 65993 to its library and serves the socket with
+ * its IPC thread pool; on SIGTERM or SIGINT it stops serving, lets the ability stop and unload,
+ * closes the device and removes its pid file.
+ *
+ * The process's umask must keep group and others out (main sets 0077): every file the device
+ * creates is then the daemon's alone.
  */
 #ifndef HOST_HOST_DAEMON_H
 #define HOST_HOST_DAEMON_H
 
+#include <atomic>
 #include <chrono>
+#include <condition_variable>
 #include <memory>
+#include <mutex>
 #include <string>
 
 #include "host/ability_host.h"
@@ -43,11 +53,18 @@ public:
     int Run();
 
 private:
+    // Whether requests may reach the dispatcher: not before the device has booted, and never once
+    // the start has failed or the daemon stops.
+    enum class Readiness { BOOTING, SERVING, CLOSED };
+
     bool Start();
     void Stop();
-    bool PrepareDirectories();
+    bool TakeSocket();
+    bool TakeDataRoot();
     bool BootDevice();
     void SetSelfToken();
+    void SetReadiness(Readiness readiness);
+    Transport::ReplyFrame Serve(const Transport::PeerCredentials& caller, const Transport::RequestFrame& request);
     HostStatus Status() const;
     bool Fail(const std::string& message);
 
@@ -59,6 +76,10 @@ private:
     std::unique_ptr<RequestDispatcher> dispatcher_;
     std::unique_ptr<Transport::SocketServer> server_;
     bool deviceBooted_ = false;
+    bool logToFile_ = false;
+    std::atomic<Readiness> readiness_{Readiness::BOOTING};
+    std::mutex readinessMutex_;
+    std::condition_variable readinessChanged_;
 };
 
 }  // namespace OHOS::Host::Daemon

@@ -32,7 +32,23 @@ std::string HostPaths::SocketPath(const std::string& option, const std::string& 
     if (configured != nullptr && configured[0] != '\0') {
         return configured;
     }
-    return (std::filesystem::path(dataRoot) / SOCKET_NAME).string();
+    const std::string directory = RuntimeDirectory(dataRoot);
+    return directory.empty() ? std::string() : directory + "/" + SOCKET_NAME;
+}
+
+std::string HostPaths::RuntimeDirectory(const std::string& dataRoot)
+{
+    std::string root = dataRoot;
+    while (root.size() > 1 && root.back() == '/') {
+        root.pop_back();
+    }
+    if (root.empty() || root == "/") {
+        return std::string();
+    }
+    if (root == OHOS::Host::DataRoot::SYSTEM_ROOT) {
+        return SYSTEM_RUNTIME_DIRECTORY;
+    }
+    return root + RUNTIME_DIRECTORY_SUFFIX;
 }
 
 std::string HostPaths::ExecutableDirectory()

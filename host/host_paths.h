@@ -1,7 +1,14 @@
 /*
  * Where the daemon and its tools meet, by one rule for both: the data root is the --data-root
- * option, else the environment variable ASP_DATA_ROOT, else /tmp/asp-device; the socket is the
- * --socket option, else the environment variable ASP_SOCKET, else asp_hostd.sock in the data root.
+ * option, else the environment variable ASP_DATA_ROOT, else the running uid's default
+ * (/var/lib/asp for root, $XDG_RUNTIME_DIR/asp for others; see DataRoot::Default); the socket is
+ * the --socket option, else the environment variable ASP_SOCKET, else asp_hostd.sock in the data
+ * root's runtime directory.
+ *
+ * The data root is private to the daemon (0700): apps of every uid must reach the socket, so it
+ * lives in a directory of its own, which they may pass through but not list (0711): /run/asp for
+ * /var/lib/asp, as a system service keeps its state and its runtime files apart, and "<root>-run"
+ * beside any other root.
  */
 #ifndef HOST_HOST_PATHS_H
 #define HOST_HOST_PATHS_H
@@ -14,10 +21,17 @@ class HostPaths {
 public:
     static constexpr const char* SOCKET_NAME = "asp_hostd.sock";
     static constexpr const char* ABILITY_LIBRARY_NAME = "libsecurity_privacy_service.so";
+    // The socket's directory beside the system's data root (DataRoot::SYSTEM_ROOT).
+    static constexpr const char* SYSTEM_RUNTIME_DIRECTORY = "/run/asp";
+    static constexpr const char* RUNTIME_DIRECTORY_SUFFIX = "-run";
 
-    // `option` when it is not empty, else the rule above.
+    // `option` when it is not empty, else the rule above. Empty when no rule gives a path (a
+    // non-root uid without XDG_RUNTIME_DIR and no option or variable).
     static std::string DataRoot(const std::string& option);
     static std::string SocketPath(const std::string& option, const std::string& dataRoot);
+    // The directory of the data root's socket: SYSTEM_RUNTIME_DIRECTORY for the system's root,
+    // "<root>-run" for any other. Empty for an empty root.
+    static std::string RuntimeDirectory(const std::string& dataRoot);
 
     // The directory of the running program.
     static std::string ExecutableDirectory();

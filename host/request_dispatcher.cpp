@@ -94,6 +94,14 @@ Transport::ReplyFrame RequestDispatcher::Handle(
         replyFrame.status = HOSTD_NO_SUCH_ABILITY;
         return replyFrame;
     }
+    if (request.code == DUMP_TRANSACTION && caller.uid != 0 && caller.uid != HIDUMPER_UID) {
+        // On a device only the dump service reaches an ability's Dump; what the ability then does
+        // with a caller is its own business, and stays so for the callers let through.
+        HOSTD_LOGW("dump of SA %{public}u from uid %{public}u refused: only the dump tool (uid %{public}u) or root",
+            request.abilityId, caller.uid, HIDUMPER_UID);
+        replyFrame.status = HOSTD_DUMP_NOT_ALLOWED;
+        return replyFrame;
+    }
     MessageParcel data;
     data.SetMaxCapacity(maxPayload_);
     if (!request.payload.empty() &&

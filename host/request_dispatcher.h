@@ -4,9 +4,11 @@
  * identity of the thread for the request's duration, and hands the request to the daemon's own
  * controls or to the ability it names, loading that on demand.
  *
- * A dump (DUMP_TRANSACTION, the arguments as a UTF-16 string vector) runs the ability's Dump on a
- * memory file of the daemon's; the reply carries int32 the Dump's result and string the text it
- * wrote, at most the reply's cap.
+ * A dump (DUMP_TRANSACTION, the arguments as a UTF-16 string vector) reaches an ability only from
+ * the dump tool's uid (HIDUMPER_UID) or root, as on a device, where only the dump service may ask
+ * for one; anyone else gets HOSTD_DUMP_NOT_ALLOWED and the ability is not even loaded. It runs the
+ * ability's Dump on a memory file of the daemon's; the reply carries int32 the Dump's result and
+ * string the text it wrote, at most the reply's cap.
  */
 #ifndef HOST_REQUEST_DISPATCHER_H
 #define HOST_REQUEST_DISPATCHER_H

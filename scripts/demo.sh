@@ -58,9 +58,13 @@ cmake --preset dev >/dev/null
 cmake --build --preset dev --target asp_hostd aspctl hidumper bm atm param security_privacy_service
 bin="build/dev/bin"
 
-device=$(mktemp -d /tmp/asp-demo-XXXXXX)
-chmod 0711 "$device"  # apps (other uids) must reach the socket inside
-export ASP_SOCKET="$device/asp_hostd.sock"
+# A temporary device of the demo's own. The daemon makes the data root private to itself (0700) and
+# puts its socket beside it, in device-run (0711): apps of other uids pass through to the socket and
+# see nothing else. The tools find the socket from ASP_DATA_ROOT by the daemon's own rule.
+work=$(mktemp -d /tmp/asp-demo-XXXXXX)
+chmod 0711 "$work"
+export ASP_DATA_ROOT="$work/device"
+socket="$work/device-run/asp_hostd.sock"
 hostd_pid=""
 cleanup() {
   if [ -n "$hostd_pid" ] && kill -0 "$hostd_pid" 2>/dev/null; then
@@ -68,18 +72,18 @@ cleanup() {
     wait "$hostd_pid" 2>/dev/null || true
   fi
   if [ "${DEMO_KEEP:-0}" = 1 ]; then
-    echo "demo: the device stays in $device"
+    echo "demo: the device stays in $ASP_DATA_ROOT"
   else
-    rm -rf "$device"
+    rm -rf "$work"
   fi
 }
 trap cleanup EXIT
 
 printf '\n%s== Starting the device host%s\n' "$bold" "$plain"
-echo "   asp_hostd keeps a device under $device (seeded from profiles/default_device.json) and serves"
-echo "   the privacy service (ability 65993) on $ASP_SOCKET; the service's library is loaded on the"
-echo "   first request. Its log: $device/hostd.log"
-"$bin/asp_hostd" --data-root "$device" --log-file "$device/hostd.log" &
+echo "   asp_hostd keeps a device under $ASP_DATA_ROOT (seeded from profiles/default_device.json, readable"
+echo "   by its uid alone) and serves the privacy service (ability 65993) on $socket; the service's"
+echo "   library is loaded on the first request. Its log: $work/hostd.log"
+"$bin/asp_hostd" --log-file "$work/hostd.log" &
 hostd_pid=$!
 for _ in $(seq 1 100); do
   if "$bin/param" get const.product.name >/dev/null 2>&1; then
@@ -87,7 +91,7 @@ for _ in $(seq 1 100); do
   fi
   if ! kill -0 "$hostd_pid" 2>/dev/null; then
     echo "demo: asp_hostd did not start:" >&2
-    cat "$device/hostd.log" >&2 || true
+    cat "$work/hostd.log" >&2 || true
     exit 1
   fi
   sleep 0.1

@@ -29,7 +29,8 @@ constexpr const char* USAGE =
     "  -s ID      dump the system ability ID (65993 is the privacy service)\n"
     "  -a ARGS    arguments for the ability's dump, split at spaces (for 65993: -h lists them)\n"
     "  -ls        list the abilities asp_hostd serves\n"
-    "Run as root, hidumper dumps as the dump tool's uid (1212), as on a device.\n";
+    "Run as root, hidumper dumps as the dump tool's uid (1212), as on a device; asp_hostd refuses a dump\n"
+    "from any other uid but root (exit code 4).\n";
 
 struct Arguments {
     bool list = false;
@@ -147,7 +148,8 @@ int Dump(ToolContext& context, const Arguments& arguments)
         auto remote = context.Remote(abilityId);
         const int result = remote->Dump(STDOUT_FILENO, args);
         if (result == Transport::SocketRemoteObject::DEAD_OBJECT || result == HOSTD_NO_SUCH_ABILITY ||
-            result == HOSTD_ABILITY_UNAVAILABLE || result == OHOS::ERR_INVALID_REPLY) {
+            result == HOSTD_ABILITY_UNAVAILABLE || result == HOSTD_DUMP_NOT_ALLOWED || result == HOSTD_NOT_SERVING ||
+            result == OHOS::ERR_INVALID_REPLY) {
             exitCode = context.Fail(ToolContext::ExitCodeForStatus(result), context.DescribeStatus(*remote, result));
         } else if (result != 0) {
             exitCode = context.Fail(EXIT_FAILED,

@@ -13,6 +13,7 @@
 #include "host/host_control_protocol.h"
 #include "host/host_paths.h"
 #include "ipc_types.h"
+#include "platform/base/data_root.h"
 #include "platform/hilog/hilog_host.h"
 #include "tools/tool_exit.h"
 
@@ -27,9 +28,14 @@ ToolContext::ToolContext(std::string toolName) : toolName_(std::move(toolName))
 void ToolContext::AddOptions(CLI::App& app)
 {
     app.add_option("--socket", socketOption_,
-        "asp_hostd's socket (default: $ASP_SOCKET, else <data-root>/" + std::string(HostPaths::SOCKET_NAME) + ")");
-    app.add_option(
-        "--data-root", dataRootOption_, "the daemon's data root (default: $ASP_DATA_ROOT, else /tmp/asp-device)");
+        "asp_hostd's socket (default: $ASP_SOCKET, else the data root's: " +
+            std::string(HostPaths::SYSTEM_RUNTIME_DIRECTORY) + "/" + HostPaths::SOCKET_NAME + " for " +
+            DataRoot::SYSTEM_ROOT + ", <data-root>" + HostPaths::RUNTIME_DIRECTORY_SUFFIX + "/" +
+            HostPaths::SOCKET_NAME + " for others)");
+    app.add_option("--data-root", dataRootOption_,
+        "the daemon's data root, to find its socket (default: $ASP_DATA_ROOT, else " +
+            std::string(DataRoot::SYSTEM_ROOT) + " for root, $XDG_RUNTIME_DIR/" + DataRoot::USER_ROOT_NAME +
+            " for others)");
     app.add_flag("-v,--verbose", verbose_, "show the platform log (transport messages) on stderr");
 }
 
@@ -65,6 +71,10 @@ std::string ToolContext::DescribeStatus(const Transport::SocketRemoteObject& rem
                 }
                 return "cannot connect to asp_hostd at " + socketPath_ + ": " + std::strerror(remote.LastErrno());
             case TransportError::INVALID_PATH:
+                if (socketPath_.empty()) {
+                    return "no socket to reach asp_hostd: not root and XDG_RUNTIME_DIR is not set; give --socket, "
+                           "--data-root or ASP_SOCKET";
+                }
                 return "the socket path '" + socketPath_ + "' is empty or too long for a Unix socket";
             case TransportError::TIMEOUT: return "asp_hostd at " + socketPath_ + " did not answer in time";
             default: return std::string("the request to asp_hostd failed: ") + TransportErrorName(remote.LastError());
@@ -75,6 +85,10 @@ std::string ToolContext::DescribeStatus(const Transport::SocketRemoteObject& rem
         case HOSTD_ABILITY_UNAVAILABLE:
             return "ability " + std::to_string(remote.AbilityId()) +
                    " could not be loaded or started: see asp_hostd's log";
+        case HOSTD_DUMP_NOT_ALLOWED:
+            return "asp_hostd passes a dump only from the dump tool (uid " + std::to_string(HIDUMPER_UID) +
+                   ") or root; uid " + std::to_string(getuid()) + " is refused";
+        case HOSTD_NOT_SERVING: return "asp_hostd is not serving: it failed to start or is stopping";
         case ERR_INVALID_DATA: return "the request does not fit the transport (too large, or not a parcel)";
         case ERR_INVALID_REPLY: return "asp_hostd sent a reply that is not a parcel";
         default: return "the request failed with IPC status " + std::to_string(status);
@@ -85,6 +99,9 @@ int ToolContext::ExitCodeForStatus(int status)
 {
     if (status == Transport::SocketRemoteObject::DEAD_OBJECT) {
         return EXIT_NO_DAEMON;
+    }
+    if (status == HOSTD_DUMP_NOT_ALLOWED) {
+        return EXIT_REFUSED;
     }
     return status == ERR_INVALID_DATA ? EXIT_USAGE : EXIT_FAILED;
 }

@@ -1,5 +1,7 @@
 #include "platform/base/data_root.h"
 
+#include <unistd.h>
+
 #include <cstdlib>
 #include <mutex>
 
@@ -35,7 +37,23 @@ std::string DataRoot::Get()
         }
     }
     const char* env = std::getenv("ASP_DATA_ROOT");
-    return (env != nullptr && env[0] != '\0') ? std::string(env) : std::string("/tmp/asp-device");
+    return (env != nullptr && env[0] != '\0') ? std::string(env) : Default();
+}
+
+std::string DataRoot::Default()
+{
+    if (geteuid() == 0) {
+        return SYSTEM_ROOT;
+    }
+    const char* runtime = std::getenv("XDG_RUNTIME_DIR");
+    if (runtime != nullptr && runtime[0] == '/') {
+        std::string root(runtime);
+        while (root.size() > 1 && root.back() == '/') {
+            root.pop_back();
+        }
+        return root + "/" + USER_ROOT_NAME;
+    }
+    return std::string();
 }
 
 std::string DataRoot::Resolve(const std::string& devicePath)

@@ -230,11 +230,11 @@ TransportError SocketServer::Impl::Start()
     if (state.load() != State::IDLE || !handler) {
         return TransportError::INVALID_STATE;
     }
-    if (path.empty() || path.size() >= sizeof(sockaddr_un::sun_path)) {
+    if (options.listenFd < 0 && (path.empty() || path.size() >= sizeof(sockaddr_un::sun_path))) {
         TRANSPORT_LOGE("socket path of %zu bytes does not fit a socket address", path.size());
         return TransportError::INVALID_PATH;
     }
-    TransportError error = AcquireLock();
+    TransportError error = options.listenFd >= 0 ? TransportError::OK : AcquireLock();
     if (error == TransportError::OK) {
         error = Listen();
         if (error == TransportError::OK) {
@@ -295,6 +295,13 @@ TransportError SocketServer::Impl::AcquireLock()
 
 TransportError SocketServer::Impl::Listen()
 {
+    if (options.listenFd >= 0) {
+        listenFd = options.listenFd;
+        const int flags = fcntl(listenFd, F_GETFL);
+        // The accepting loop takes connections until the queue is empty: it needs a non-blocking one.
+        return flags >= 0 && fcntl(listenFd, F_SETFL, flags | O_NONBLOCK) == 0 ? TransportError::OK
+                                                                               : TransportError::SYSTEM_ERROR;
+    }
     struct stat existing {};
     if (lstat(path.c_str(), &existing) == 0) {
         if (!S_ISSOCK(existing.st_mode)) {

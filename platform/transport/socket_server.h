@@ -32,6 +32,10 @@ struct ServerOptions {
     size_t maxConnections = 1024;
     // Mode of the socket file: every app uid may connect; the handler decides what it may do.
     mode_t socketMode = 0666;
+    // An already bound and listening socket passed by the service manager; -1: none. With one, the
+    // server neither binds, chmods nor unlinks the path, nor takes the path's lock file; it owns the
+    // descriptor from Start on and closes it when it stops.
+    int listenFd = -1;
 };
 
 // Counters for load tests and dumps; each is read on its own, so a snapshot is only roughly

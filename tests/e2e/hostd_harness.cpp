@@ -132,6 +132,11 @@ std::string ReadText(const std::string& path)
 
 }  // namespace
 
+ToolResult RunProgram(const std::vector<std::string>& args, std::optional<uid_t> uid)
+{
+    return RunProcess(args, {}, uid);
+}
+
 bool WaitFor(const std::function<bool()>& condition, std::chrono::milliseconds limit)
 {
     const auto deadline = std::chrono::steady_clock::now() + limit;
@@ -187,9 +192,10 @@ HostdHarness::HostdHarness() : abilityLibrary_(ASP_E2E_ECHO_LIBRARY)
 {
     char pattern[] = "/tmp/asp-e2e-XXXXXX";
     const char* made = mkdtemp(pattern);
-    dataRoot_ = made != nullptr ? made : "/tmp/asp-e2e-failed";
-    chmod(dataRoot_.c_str(), 0711);
-    socketPath_ = dataRoot_ + "/asp_hostd.sock";
+    directory_ = made != nullptr ? made : "/tmp/asp-e2e-failed";
+    chmod(directory_.c_str(), 0711);
+    dataRoot_ = directory_ + "/device";
+    socketPath_ = directory_ + "/run/asp_hostd.sock";
 }
 
 HostdHarness::~HostdHarness()
@@ -198,7 +204,7 @@ HostdHarness::~HostdHarness()
         Kill();
     }
     std::error_code ignored;
-    std::filesystem::remove_all(dataRoot_, ignored);
+    std::filesystem::remove_all(directory_, ignored);
 }
 
 std::string HostdHarness::Program(const std::string& name)
@@ -218,15 +224,15 @@ std::string HostdHarness::Log() const
 
 std::string HostdHarness::StartupOutput() const
 {
-    return ReadText(dataRoot_ + "/hostd.out");
+    return ReadText(directory_ + "/hostd.out");
 }
 
 std::vector<std::string> HostdHarness::DaemonArgs(
-    const std::string& dataRoot, const std::vector<std::string>& extraArgs) const
+    const std::string& dataRoot, const std::string& socketPath, const std::vector<std::string>& extraArgs) const
 {
-    std::vector<std::string> args = {Program("asp_hostd"), "--data-root", dataRoot, "--socket", socketPath_,
-        "--profile", ASP_E2E_PROFILE, "--ability-lib", abilityLibrary_, "--log-file", dataRoot + "/hostd.log",
-        "--unload-delay-ms", std::to_string(unloadDelay_.count())};
+    std::vector<std::string> args = {Program("asp_hostd"), "--data-root", dataRoot, "--socket", socketPath, "--profile",
+        ASP_E2E_PROFILE, "--ability-lib", abilityLibrary_, "--log-file", LogPath(), "--unload-delay-ms",
+        std::to_string(unloadDelay_.count())};
     args.insert(args.end(), extraArgs.begin(), extraArgs.end());
     return args;
 }
@@ -236,9 +242,9 @@ bool HostdHarness::Start(const std::vector<std::string>& extraArgs)
     if (pid_ > 0) {
         return false;
     }
-    std::vector<std::string> args = DaemonArgs(dataRoot_, extraArgs);
+    std::vector<std::string> args = DaemonArgs(dataRoot_, socketPath_, extraArgs);
     std::vector<char*> argv = Argv(args);
-    const std::string outPath = dataRoot_ + "/hostd.out";
+    const std::string outPath = directory_ + "/hostd.out";
     const pid_t pid = fork();
     if (pid == 0) {
         const int out = open(outPath.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
@@ -289,9 +295,11 @@ void HostdHarness::Kill()
     pid_ = -1;
 }
 
-ToolResult HostdHarness::RunDaemonToExit(const std::string& dataRoot) const
+ToolResult HostdHarness::RunDaemonToExit(const std::string& dataRoot, const std::string& socketPath) const
 {
-    return RunProcess(DaemonArgs(dataRoot.empty() ? dataRoot_ : dataRoot, {}), {}, std::nullopt);
+    return RunProcess(
+        DaemonArgs(dataRoot.empty() ? dataRoot_ : dataRoot, socketPath.empty() ? socketPath_ : socketPath, {}), {},
+        std::nullopt);
 }
 
 ToolResult HostdHarness::RunTool(
@@ -311,10 +319,17 @@ int HostdHarness::Send(uint32_t abilityId, uint32_t code, MessageParcel& data, M
 
 std::optional<OHOS::Host::HostStatus> HostdHarness::Status() const
 {
+    return StatusAt(socketPath_);
+}
+
+std::optional<OHOS::Host::HostStatus> HostdHarness::StatusAt(const std::string& socketPath)
+{
     MessageParcel data;
     MessageParcel reply;
-    if (Send(OHOS::Host::HOST_CONTROL_ABILITY_ID, static_cast<uint32_t>(OHOS::Host::HostControlCode::STATUS), data,
-            reply) != OHOS::ERR_NONE) {
+    SocketRemoteObject remote(socketPath, OHOS::Host::HOST_CONTROL_ABILITY_ID);
+    OHOS::MessageOption option;
+    if (remote.SendRequest(static_cast<uint32_t>(OHOS::Host::HostControlCode::STATUS), data, reply, option) !=
+        OHOS::ERR_NONE) {
         return std::nullopt;
     }
     OHOS::Host::HostStatus status;

@@ -41,16 +41,20 @@ struct EchoIdentity {
 
 class HostdHarness {
 public:
-    // A fresh data root under /tmp, searchable by every uid (apps reach the socket in it).
+    // A fresh directory under /tmp that every uid may pass through (0711), for the daemon's data
+    // root ("device", which the daemon makes, private to itself), its socket (in "run", which the
+    // daemon makes searchable, so that apps reach it) and its log and output.
     HostdHarness();
-    // Kills a daemon still running and removes the data root.
+    // Kills a daemon still running and removes the directory.
     ~HostdHarness();
     HostdHarness(const HostdHarness&) = delete;
     HostdHarness& operator=(const HostdHarness&) = delete;
 
+    // The test's own directory, which holds the others.
+    const std::string& Directory() const { return directory_; }
     const std::string& DataRoot() const { return dataRoot_; }
     const std::string& SocketPath() const { return socketPath_; }
-    std::string LogPath() const { return dataRoot_ + "/hostd.log"; }
+    std::string LogPath() const { return directory_ + "/hostd.log"; }
     std::string Log() const;
 
     // The ability library the daemon serves (the stand-in by default).
@@ -71,9 +75,10 @@ public:
     // What the daemon printed on stdout and stderr.
     std::string StartupOutput() const;
 
-    // Runs asp_hostd to its end on `dataRoot` (the harness's when empty) and the harness's socket,
-    // for starts that must fail.
-    ToolResult RunDaemonToExit(const std::string& dataRoot = std::string()) const;
+    // Runs asp_hostd to its end on `dataRoot` and `socketPath` (the harness's when empty), for
+    // starts that must fail.
+    ToolResult RunDaemonToExit(
+        const std::string& dataRoot = std::string(), const std::string& socketPath = std::string()) const;
     // Runs a tool of the build (aspctl, bm, atm, param, hidumper) with ASP_SOCKET set to the
     // harness's socket, as `uid` when given (root only).
     ToolResult RunTool(
@@ -81,6 +86,8 @@ public:
 
     // The daemon's status, through its control requests.
     std::optional<OHOS::Host::HostStatus> Status() const;
+    // The status of the daemon that serves `socketPath`.
+    static std::optional<OHOS::Host::HostStatus> StatusAt(const std::string& socketPath);
     // Sends one request to `abilityId` from this process; the reply's status.
     int Send(uint32_t abilityId, uint32_t code, OHOS::MessageParcel& data, OHOS::MessageParcel& reply) const;
     // A bundle as the daemon's bundle manager holds it, with its permissions.
@@ -97,14 +104,19 @@ public:
     static bool IsRoot();
 
 private:
-    std::vector<std::string> DaemonArgs(const std::string& dataRoot, const std::vector<std::string>& extraArgs) const;
+    std::vector<std::string> DaemonArgs(
+        const std::string& dataRoot, const std::string& socketPath, const std::vector<std::string>& extraArgs) const;
 
+    std::string directory_;
     std::string dataRoot_;
     std::string socketPath_;
     std::string abilityLibrary_;
     std::chrono::milliseconds unloadDelay_{40000};
     pid_t pid_ = -1;
 };
+
+// Runs a program (args[0], a path) to its end with its output captured, as `uid` when given.
+ToolResult RunProgram(const std::vector<std::string>& args, std::optional<uid_t> uid = std::nullopt);
 
 // Runs `body` in a child process that has switched to `uid` (and gid) and answers what it returned;
 // empty when the child could not switch or died.

@@ -71,19 +71,30 @@ std::optional<DaemonOptions> Parse(std::vector<std::string> args, int& exitCode)
 TEST(DaemonOptionsTest, TheSocketFollowsTheDataRootUnlessNamed)
 {
     ScopedEnv noSocket("ASP_SOCKET", nullptr);
+    {
+        // No root named: the uid's own default, never a directory others may write.
+        ScopedEnv noRoot("ASP_DATA_ROOT", nullptr);
+        ScopedEnv runtime("XDG_RUNTIME_DIR", "/run/user/4242/");
+        const bool root = geteuid() == 0;
+        EXPECT_EQ(HostPaths::DataRoot(""), root ? "/var/lib/asp" : "/run/user/4242/asp");
+        EXPECT_EQ(HostPaths::SocketPath("", HostPaths::DataRoot("")),
+            root ? "/run/asp/asp_hostd.sock" : "/run/user/4242/asp-run/asp_hostd.sock");
+        ScopedEnv noRuntime("XDG_RUNTIME_DIR", nullptr);
+        EXPECT_EQ(HostPaths::DataRoot("").empty(), !root);
+    }
     ScopedEnv root("ASP_DATA_ROOT", "/tmp/env-root");
     int exitCode = -1;
     auto options = Parse({}, exitCode);
     ASSERT_TRUE(options.has_value());
     EXPECT_EQ(options->dataRoot, "/tmp/env-root");
-    EXPECT_EQ(options->socketPath, "/tmp/env-root/asp_hostd.sock");
+    EXPECT_EQ(options->socketPath, "/tmp/env-root-run/asp_hostd.sock");
     EXPECT_EQ(options->threads, 16U);
     EXPECT_FALSE(options->unloadDelayMs.has_value());
     EXPECT_THAT(options->abilityLibrary, HasSubstr("libsecurity_privacy_service.so"));
 
     options = Parse({"--data-root", "/tmp/a", "--log-level", "debug", "--unload-delay-ms", "250"}, exitCode);
     ASSERT_TRUE(options.has_value());
-    EXPECT_EQ(options->socketPath, "/tmp/a/asp_hostd.sock");
+    EXPECT_EQ(options->socketPath, "/tmp/a-run/asp_hostd.sock");
     EXPECT_EQ(options->logLevel, LOG_DEBUG);
     EXPECT_EQ(options->unloadDelayMs, 250);
     {
@@ -92,7 +103,7 @@ TEST(DaemonOptionsTest, TheSocketFollowsTheDataRootUnlessNamed)
         EXPECT_EQ(Parse({"--socket", "/tmp/named.sock"}, exitCode)->socketPath, "/tmp/named.sock");
     }
     // The tools' rule is the daemon's.
-    EXPECT_EQ(HostPaths::SocketPath("", HostPaths::DataRoot("")), "/tmp/env-root/asp_hostd.sock");
+    EXPECT_EQ(HostPaths::SocketPath("", HostPaths::DataRoot("")), "/tmp/env-root-run/asp_hostd.sock");
 
     for (const std::vector<std::string>& bad : std::vector<std::vector<std::string>>{
              {"--threads", "0"}, {"--log-level", "loud"}, {"--unload-delay-ms", "-5"}, {"--frobnicate"}}) {
@@ -116,6 +127,7 @@ TEST(InstanceLockTest, OneHolderPerDataRootUntilItLetsGo)
     EXPECT_THAT(
         message, HasSubstr("another asp_hostd (pid " + std::to_string(getpid()) + ") is running on the data root"));
     first.reset();
+    EXPECT_FALSE(std::filesystem::exists(root.Path() + "/asp_hostd.pid"));  // let go, it leaves nothing behind
     EXPECT_TRUE(second.Acquire(root.Path(), message));
     InstanceLock nowhere;
     EXPECT_FALSE(nowhere.Acquire(root.Path() + "/missing", message));

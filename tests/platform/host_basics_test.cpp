@@ -150,7 +150,7 @@ TEST(DataRootTest, ResolvesDevicePathsUnderTheRoot)
     setenv("ASP_DATA_ROOT", "/tmp/env-root", 1);
     EXPECT_EQ(DataRoot::Resolve("/a"), "/tmp/env-root/a");
     unsetenv("ASP_DATA_ROOT");
-    EXPECT_EQ(DataRoot::Get(), "/tmp/asp-device");
+    EXPECT_EQ(DataRoot::Get(), DataRoot::Default());
 }
 
 }  // namespace
