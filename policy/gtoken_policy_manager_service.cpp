@@ -133,8 +133,9 @@ bool GTokenPolicyManagerService::AddPolicy(const std::vector<GTokenInfo>& infos)
     if (!bundleNames.empty()) {
         const GTokenResultWithRet old = GetPolicy(MALICIOUS_APP_POLICY, bundleNames);
         if (old.ret != NativeRdb::E_OK) {
-            // Without the old rows their statuses cannot be lifted; replacing the rows now would
-            // leave those bundles disposed with nothing in the table to say so.
+            // The store could not run the query: without the old rows their statuses cannot be
+            // lifted, and replacing the rows now would leave those bundles disposed with nothing
+            // in the table to say so. (A single row that does not read is only skipped.)
             return false;
         }
         for (const auto& row : old.results) {
