@@ -20,6 +20,8 @@ constexpr int GET_BUNDLE_INFO_WITH_APPLICATION = 1;
 constexpr int64_t SETTINGS_UI_FLAGS_MASK =
     AppPermissionGroup::StatePack::FLAG_USER_SET | AppPermissionGroup::StatePack::FLAG_USER_FIXED;
 
+// Numbers, enum objects and containers in their text form (a container quotes its strings). A
+// single name, a bundle, group or state as the caller sent it, goes into its line bare, unquoted.
 template <typename T>
 std::string Text(const T& value)
 {
@@ -43,8 +45,8 @@ std::optional<PermissionGroup> ConvertPermissionGroup(const std::string& permiss
 {
     auto permissionGroup = PermissionGroup::ConvertFromEnumName(permissionGroupName);
     if (!permissionGroup.has_value()) {
-        QZ_LOGE("unrecognized permissionGroup=%s has no corresponding enum, please check.",
-            Text(permissionGroupName).c_str());
+        QZ_LOGE(
+            "unrecognized permissionGroup=%s has no corresponding enum, please check.", permissionGroupName.c_str());
     }
     return permissionGroup;
 }
@@ -135,7 +137,7 @@ PermissionManagementIntf::AppPermissionGroupPtrs PermissionManagement::GetAppPer
 bool PermissionManagement::SetAppPermissionGroupCheckedState(const std::string& bundleName, int32_t uid,
     const PermissionGroup& permissionGroup, const NewCheckedStatePack& newCheckedStatePack)
 {
-    QZ_LOGD("called with bundleName=%s, uid=%s, permissionGroup=%s, newCheckedStatePack=%s", Text(bundleName).c_str(),
+    QZ_LOGD("called with bundleName=%s, uid=%s, permissionGroup=%s, newCheckedStatePack=%s", bundleName.c_str(),
         Text(uid).c_str(), Text(permissionGroup).c_str(), newCheckedStatePack.ToString().c_str());
     const bool isOvraApp = Util::BundleMgrHelper::IsOvraApp(bundleName, uid / UID_RANGE_PER_USER);
     return Backend(isOvraApp).SetAppPermissionGroupCheckedState(bundleName, uid, permissionGroup, newCheckedStatePack);
@@ -152,8 +154,7 @@ bool PermissionManagement::IsGrantingPermissions(const CheckedStateParameter& ch
     };
     const auto state = PermissionGroupState::ConvertFromEnumName(checkedStateParameter.GetCheckedState());
     if (!state.has_value()) {
-        QZ_LOGW(
-            "unrecognized checkedState=%s counts as granting.", Text(checkedStateParameter.GetCheckedState()).c_str());
+        QZ_LOGW("unrecognized checkedState=%s counts as granting.", checkedStateParameter.GetCheckedState().c_str());
         return true;
     }
     return GRANTING_STATES.count(*state) != 0;
@@ -163,14 +164,14 @@ std::vector<AppPermissionGroupInfo> PermissionManagement::Service::GetAppPermiss
     const std::string& bundleName, int32_t userId,
     const std::unordered_set<std::string>& interestedPermissionGroupNames)
 {
-    QZ_LOGI("called with bundleName=%s, userId=%s, interestedPermissionGroupNames=%s", Text(bundleName).c_str(),
+    QZ_LOGI("called with bundleName=%s, userId=%s, interestedPermissionGroupNames=%s", bundleName.c_str(),
         Text(userId).c_str(), Text(interestedPermissionGroupNames).c_str());
     Model::EnumSet<PermissionGroup> interestedPermissionGroups;
     for (const auto& permissionGroupName : interestedPermissionGroupNames) {
         auto permissionGroup = PermissionGroup::ConvertFromEnumName(permissionGroupName);
         if (!permissionGroup.has_value()) {
             QZ_LOGW("unrecognized permissionGroupName=%s has no corresponding enum, please check.",
-                Text(permissionGroupName).c_str());
+                permissionGroupName.c_str());
             continue;
         }
         interestedPermissionGroups.insert(*permissionGroup);
@@ -182,7 +183,7 @@ std::vector<AppPermissionGroupInfo> PermissionManagement::Service::GetAppPermiss
     const std::string& permissionGroupName, int32_t userId,
     const std::unordered_set<std::string>& interestedBundleNames)
 {
-    QZ_LOGI("called with permissionGroup=%s, userId=%s, interestedBundleNames=%s", Text(permissionGroupName).c_str(),
+    QZ_LOGI("called with permissionGroup=%s, userId=%s, interestedBundleNames=%s", permissionGroupName.c_str(),
         Text(userId).c_str(), Text(interestedBundleNames).c_str());
     const auto permissionGroup = ConvertPermissionGroup(permissionGroupName);
     if (!permissionGroup.has_value()) {
@@ -195,8 +196,8 @@ std::vector<AppPermissionGroupInfo> PermissionManagement::Service::GetAppPermiss
 bool PermissionManagement::Service::SetAppPermissionGroupCheckedState(const std::string& bundleName, int32_t uid,
     const std::string& permissionGroupName, const CheckedStateParameter& checkedStateParameter)
 {
-    QZ_LOGI("called with bundleName=%s, uid=%s, permissionGroup=%s, checkedStateParameter=%s", Text(bundleName).c_str(),
-        Text(uid).c_str(), Text(permissionGroupName).c_str(), checkedStateParameter.ToString().c_str());
+    QZ_LOGI("called with bundleName=%s, uid=%s, permissionGroup=%s, checkedStateParameter=%s", bundleName.c_str(),
+        Text(uid).c_str(), permissionGroupName.c_str(), checkedStateParameter.ToString().c_str());
     const auto permissionGroup = ConvertPermissionGroup(permissionGroupName);
     if (!permissionGroup.has_value()) {
         return false;
@@ -204,7 +205,7 @@ bool PermissionManagement::Service::SetAppPermissionGroupCheckedState(const std:
     const auto newCheckedState = PermissionGroupState::ConvertFromEnumName(checkedStateParameter.GetCheckedState());
     if (!newCheckedState.has_value()) {
         QZ_LOGE("unrecognized newCheckedState=%s has no corresponding enum, please check.",
-            Text(checkedStateParameter.GetCheckedState()).c_str());
+            checkedStateParameter.GetCheckedState().c_str());
         return false;
     }
     const NewCheckedStatePack newCheckedStatePack(*newCheckedState,
@@ -212,7 +213,7 @@ bool PermissionManagement::Service::SetAppPermissionGroupCheckedState(const std:
         checkedStateParameter.GetFlagsValue());
     const bool ret =
         GetInstance().SetAppPermissionGroupCheckedState(bundleName, uid, *permissionGroup, newCheckedStatePack);
-    QZ_LOGI("bundleName=%s, uid=%s, permissionGroupEnum=%s, newCheckedState=%s, ret=%s", Text(bundleName).c_str(),
+    QZ_LOGI("bundleName=%s, uid=%s, permissionGroupEnum=%s, newCheckedState=%s, ret=%s", bundleName.c_str(),
         Text(uid).c_str(), Text(*permissionGroup).c_str(), Text(*newCheckedState).c_str(), Bool(ret));
     return ret;
 }

@@ -133,8 +133,9 @@ bool GTokenPolicyManagerService::AddPolicy(const std::vector<GTokenInfo>& infos)
     if (!bundleNames.empty()) {
         const GTokenResultWithRet old = GetPolicy(MALICIOUS_APP_POLICY, bundleNames);
         if (old.ret != NativeRdb::E_OK) {
-            // Without the old rows their statuses cannot be lifted; replacing the rows now would
-            // leave those bundles disposed with nothing in the table to say so.
+            // The store could not run the query: without the old rows their statuses cannot be
+            // lifted, and replacing the rows now would leave those bundles disposed with nothing
+            // in the table to say so. (A single row that does not read is only skipped.)
             return false;
         }
         for (const auto& row : old.results) {
@@ -362,9 +363,9 @@ int GTokenPolicyManagerService::QueryPolicy(
         return NativeRdb::E_ERROR;
     }
     TableInfo tableInfo;
-    int ret = GetResultSetTableInfo(resultSet, tableInfo);
-    if (ret == NativeRdb::E_OK && !ParseGTokenResult(resultSet, tableInfo, results)) {
-        ret = NativeRdb::E_ERROR;
+    const int ret = GetResultSetTableInfo(resultSet, tableInfo);
+    if (ret == NativeRdb::E_OK) {
+        ParseGTokenResult(resultSet, tableInfo, results);
     }
     resultSet->Close();
     return ret;
@@ -395,12 +396,15 @@ int GTokenPolicyManagerService::GetResultSetTableInfo(
     return NativeRdb::E_OK;
 }
 
-bool GTokenPolicyManagerService::ParseGTokenResult(const std::shared_ptr<NativeRdb::ResultSet>& resultSet,
+void GTokenPolicyManagerService::ParseGTokenResult(const std::shared_ptr<NativeRdb::ResultSet>& resultSet,
     const TableInfo& tableInfo, std::vector<GTokenResult>& results)
 {
     results.reserve(results.size() + static_cast<size_t>(tableInfo.rowCount));
-    while (resultSet->GoToNextRow() == NativeRdb::E_OK) {
-        GTokenResult& row = results.emplace_back();
+    // A row that does not read as the record's types (a version code that is not a number, a value
+    // beyond 32 bits) is passed over: the other rows still answer, and an add for its bundle can
+    // still replace it.
+    for (int position = 0; resultSet->GoToNextRow() == NativeRdb::E_OK; ++position) {
+        GTokenResult row;
         int ret = resultSet->GetString(tableInfo.bundleNameIndex, row.bundleName);
         if (ret == NativeRdb::E_OK) {
             ret = resultSet->GetString(tableInfo.fingerPrintIndex, row.fingerPrint);
@@ -412,11 +416,11 @@ bool GTokenPolicyManagerService::ParseGTokenResult(const std::shared_ptr<NativeR
             ret = resultSet->GetInt(tableInfo.policyValueIndex, row.policyValue);
         }
         if (ret != NativeRdb::E_OK) {
-            QZ_LOGE("read policy row failed, ret=%{public}d", ret);
-            return false;
+            QZ_LOGW("skip policy row %{public}d that does not read, ret=%{public}d", position, ret);
+            continue;
         }
+        results.push_back(std::move(row));
     }
-    return true;
 }
 
 bool GTokenPolicyManagerService::RemovePolicy(const std::vector<std::string>& bundleNames)

@@ -58,8 +58,11 @@ public:
     // statuses already sent stay sent, but the table is as it was.
     bool AddPolicy(const std::vector<GTokenInfo>& infos);
     // The rows of `policyName`, for the given bundles or, with an empty list, for every bundle.
-    // Code 0 with the rows; the store's code (IsExistStore) without a store; NativeRdb::E_ERROR
-    // when the query or reading its rows fails.
+    // Code 0 with every row that reads: a stored row that does not (a version code that is not a
+    // number, say) is skipped with a warning, so that one odd row neither hides the others nor
+    // blocks the add that would replace it. The store's code (IsExistStore) without a store; the
+    // store's error, with no rows, when it cannot run the query at all: an add then stops rather
+    // than replace rows whose disposed statuses it could not see.
     GTokenResultWithRet GetPolicy(std::string policyName, const std::vector<std::string>& bundleNames);
     // Deletes every row of each bundle, in order; stops at the first failure (earlier bundles stay
     // deleted, or are restored with the rest when the caller's transaction is rolled back).
@@ -102,7 +105,8 @@ private:
     int QueryPolicy(
         const std::string& policyName, const std::vector<std::string>& bundleNames, std::vector<GTokenResult>& results);
     int GetResultSetTableInfo(const std::shared_ptr<NativeRdb::ResultSet>& resultSet, TableInfo& tableInfo);
-    bool ParseGTokenResult(const std::shared_ptr<NativeRdb::ResultSet>& resultSet, const TableInfo& tableInfo,
+    // Appends every row that reads; a row that does not is skipped with a warning.
+    void ParseGTokenResult(const std::shared_ptr<NativeRdb::ResultSet>& resultSet, const TableInfo& tableInfo,
         std::vector<GTokenResult>& results);
     // The removal and the insert of an add, committed together.
     bool ReplaceRows(const std::vector<std::string>& bundleNames, const std::vector<NativeRdb::ValuesBucket>& rows);

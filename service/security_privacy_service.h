@@ -56,10 +56,11 @@ public:
     static constexpr int DUMP_RESULT_BAD_FD = 5;
     static constexpr int DUMP_RESULT_REFUSED = 10;
 
-    // The unload delays. A device takes the constants above. A host may shorten them for a
-    // diagnostic run with the parameters below (milliseconds, read at every OnStart; unset,
-    // empty, not a number or not positive: the constant); unit tests set them directly with
-    // SetUnloadDelaysForTest, which wins over the parameters.
+    // The unload delays. A device takes the constants above: nothing on a device sets the
+    // parameters below. A host sets them for a diagnostic run, so that an idle unload and the
+    // reload after it can be watched in seconds rather than after 40 s or 30 min (milliseconds,
+    // read at every OnStart; unset, empty, not a number or not positive: the constant). Unit
+    // tests set them directly with SetUnloadDelaysForTest, which wins over the parameters.
     struct UnloadDelays {
         int64_t afterCallMs = UNLOAD_DELAY_AFTER_CALL_MS;
         int64_t afterRestoreStartMs = UNLOAD_DELAY_AFTER_RESTORE_START_MS;

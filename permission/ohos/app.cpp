@@ -23,7 +23,7 @@ App::Id::Id(std::string bundleName, int32_t uid) : bundleName_(std::move(bundleN
 std::optional<App::Id> App::Id::Create(const std::string& bundleName, int32_t uid)
 {
     if (uid < 0 || bundleName.empty()) {
-        QZ_LOGE("bundleName='%s' or uid=%d is invalid, please check.", bundleName.c_str(), uid);
+        QZ_LOGE("bundleName=%s or uid=%d is invalid, please check.", bundleName.c_str(), uid);
         return std::nullopt;
     }
     return Id(bundleName, uid);

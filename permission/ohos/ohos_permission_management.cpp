@@ -68,7 +68,7 @@ std::vector<OhosAppPermissionGroup> OhosPermissionManagement::GetOhosAppPermissi
 PermissionManagementIntf::AppPermissionGroupPtrs OhosPermissionManagement::GetAppPermissionGroupsByApp(
     const std::string& bundleName, int32_t userId, const Model::EnumSet<PermissionGroup>& interestedPermissionGroups)
 {
-    QZ_LOGD("called with bundleName='%s', userId=%d, interestedPermissionGroups=%s", bundleName.c_str(), userId,
+    QZ_LOGD("called with bundleName=%s, userId=%d, interestedPermissionGroups=%s", bundleName.c_str(), userId,
         Util::FormatUtils::ToString(interestedPermissionGroups).c_str());
     AppPermissionGroupPtrs appPermissionGroupPtrs;
     AppendAsShared(
@@ -95,13 +95,13 @@ PermissionManagementIntf::AppPermissionGroupPtrs OhosPermissionManagement::GetAp
 bool OhosPermissionManagement::SetAppPermissionGroupCheckedState(const std::string& bundleName, int32_t uid,
     const PermissionGroup& permissionGroup, const NewCheckedStatePack& newCheckedStatePack)
 {
-    QZ_LOGI("called with bundleName='%s', uid=%d, permissionGroup=%s, newCheckedStatePack=%s", bundleName.c_str(), uid,
+    QZ_LOGI("called with bundleName=%s, uid=%d, permissionGroup=%s, newCheckedStatePack=%s", bundleName.c_str(), uid,
         permissionGroup.GetName().c_str(), newCheckedStatePack.ToString().c_str());
     const auto singleOhosAppPermissionGroups =
         GetOhosAppPermissionGroupsByApp(bundleName, GetUserIdByUid(uid), {permissionGroup});
     if (singleOhosAppPermissionGroups.size() != 1) {
         QZ_LOGE(
-            "singleOhosAppPermissionGroups size != 1, for bundleName='%s', uid=%d, permissionGroup=%s, please "
+            "singleOhosAppPermissionGroups size != 1, for bundleName=%s, uid=%d, permissionGroup=%s, please "
             "check.",
             bundleName.c_str(), uid, permissionGroup.GetName().c_str());
         return false;

@@ -98,7 +98,7 @@ bool PermissionGroupStateCommitter::GrantRuntimePermission(const OhosAppPermissi
         OHOS::Security::AccessToken::AccessTokenKit::GrantPermission(app.GetAccessTokenId(), permissionName, newFlags);
     if (ret != RET_SUCCESS) {
         QZ_LOGW(
-            "uid=%d, bundleName='%s', accessTokenId=%u, permissionName='%s', oldFlags=%u, newFlagsMask=%u, "
+            "uid=%d, bundleName=%s, accessTokenId=%u, permissionName=%s, oldFlags=%u, newFlagsMask=%u, "
             "newFlagsValue=%u, newFlags=%u, GrantPermission ret=%d is not success, ignore.",
             app.GetUid(), app.GetBundleName().c_str(), app.GetAccessTokenId(), permissionName.c_str(), oldFlags,
             newFlagsMask, newFlagsValue, newFlags, ret);
@@ -122,7 +122,7 @@ bool PermissionGroupStateCommitter::RevokeRuntimePermission(const OhosAppPermiss
         OHOS::Security::AccessToken::AccessTokenKit::RevokePermission(app.GetAccessTokenId(), permissionName, newFlags);
     if (ret != RET_SUCCESS) {
         QZ_LOGW(
-            "uid=%d, bundleName='%s', accessTokenId=%u, permissionName='%s', oldFlags=%u, newFlagsMask=%u, "
+            "uid=%d, bundleName=%s, accessTokenId=%u, permissionName=%s, oldFlags=%u, newFlagsMask=%u, "
             "newFlagsValue=%u, newFlags=%u, RevokePermission ret=%d is not success, ignore.",
             app.GetUid(), app.GetBundleName().c_str(), app.GetAccessTokenId(), permissionName.c_str(), oldFlags,
             newFlagsMask, newFlagsValue, newFlags, ret);

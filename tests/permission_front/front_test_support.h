@@ -10,6 +10,7 @@
 
 #include "access_token.h"
 #include "platform/bundle/bundle_manager_service.h"
+#include "platform/hilog/hilog_host.h"
 #include "tests/support/device_reset.h"
 
 namespace AspTest {
@@ -18,6 +19,28 @@ constexpr uint32_t US = OHOS::Security::AccessToken::PERMISSION_USER_SET;
 constexpr uint32_t UF = OHOS::Security::AccessToken::PERMISSION_USER_FIXED;
 constexpr int32_t GRANTED = OHOS::Security::AccessToken::PERMISSION_GRANTED;
 constexpr int32_t DENIED = OHOS::Security::AccessToken::PERMISSION_DENIED;
+
+// How many lines of `capture` read exactly "[QRV][<moduleTag>][<file>:<line>] <function>: <text>",
+// whatever the source line number: the whole line, not a part of it.
+inline size_t CountWhole(const OHOS::HiviewDFX::Host::LogCapture& capture, LogLevel level, const std::string& moduleTag,
+    const std::string& file, const std::string& function, const std::string& text)
+{
+    const std::string head = "[QRV][" + moduleTag + "][" + file + ":";
+    const std::string tail = "] " + function + ": " + text;
+    size_t count = 0;
+    for (const auto& entry : capture.Entries()) {
+        const std::string& message = entry.message;
+        if (entry.level != level || message.size() <= head.size() + tail.size() || message.rfind(head, 0) != 0 ||
+            message.compare(message.size() - tail.size(), tail.size(), tail) != 0) {
+            continue;
+        }
+        const std::string number = message.substr(head.size(), message.size() - head.size() - tail.size());
+        if (number.find_first_not_of("0123456789") == std::string::npos) {
+            ++count;
+        }
+    }
+    return count;
+}
 
 // A fresh device for every test, with helpers to install native and container apps on it.
 class FrontTest : public testing::Test {

@@ -149,6 +149,28 @@ inline std::vector<std::string> Lines(const LogCapture& capture, LogLevel level,
     return lines;
 }
 
+// How many lines of `capture` read exactly "[QRV][<moduleTag>][<file>:<line>] <function>: <text>",
+// whatever the source line number: the whole line, not a part of it.
+inline size_t CountWhole(const LogCapture& capture, LogLevel level, const std::string& moduleTag,
+    const std::string& file, const std::string& function, const std::string& text)
+{
+    const std::string head = "[QRV][" + moduleTag + "][" + file + ":";
+    const std::string tail = "] " + function + ": " + text;
+    size_t count = 0;
+    for (const auto& entry : capture.Entries()) {
+        const std::string& message = entry.message;
+        if (entry.level != level || message.size() <= head.size() + tail.size() || message.rfind(head, 0) != 0 ||
+            message.compare(message.size() - tail.size(), tail.size(), tail) != 0) {
+            continue;
+        }
+        const std::string number = message.substr(head.size(), message.size() - head.size() - tail.size());
+        if (number.find_first_not_of("0123456789") == std::string::npos) {
+            ++count;
+        }
+    }
+    return count;
+}
+
 // A fresh device before and after every test.
 class DeviceTest : public testing::Test {
 protected:

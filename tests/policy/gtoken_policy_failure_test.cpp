@@ -293,7 +293,7 @@ TEST_F(GTokenPolicyFailureTest, AFailedInsertLeavesEveryBundleWithItsOldRows)
     EXPECT_EQ(TableRows().size(), 3u);
 }
 
-TEST_F(GTokenPolicyFailureTest, AStoreThatFailsToDeleteOrReadStopsTheAdd)
+TEST_F(GTokenPolicyFailureTest, AStoreThatFailsToDeleteStopsTheAdd)
 {
     ASSERT_TRUE(Service().AddPolicy({Info("com.a", {{"p", 1}}), Info("com.b", {{"p", 2}})}));
     const auto before = TableRows();
@@ -317,19 +317,44 @@ TEST_F(GTokenPolicyFailureTest, AStoreThatFailsToDeleteOrReadStopsTheAdd)
     EXPECT_FALSE(Service().RemovePolicy({"com.a", "com.b"}));
     EXPECT_EQ(TableRows(), (std::set<std::string>{"com.b/p=2 (fp-com.b,1)"}));
     ASSERT_EQ(other->ExecuteSql("DROP TRIGGER fail_delete"), OHOS::NativeRdb::E_OK);
+}
 
-    // A stored row that does not read as the record's types fails the get, and so the add.
-    ASSERT_EQ(other->ExecuteSql("INSERT INTO gtoken_policy VALUES ('com.c', 'fp', 'not a number', 'malicious-app', 1)"),
-        OHOS::NativeRdb::E_OK);
-    {
-        LogCapture capture;
-        auto answer = Service().GetPolicy(MALICIOUS, {});
-        EXPECT_EQ(answer.ret, OHOS::NativeRdb::E_ERROR);
-        EXPECT_THAT(answer.results, IsEmpty());
-        EXPECT_EQ(capture.Count("end gtoken GetPolicy"), 0u);
-        EXPECT_FALSE(Service().AddPolicy({Info("com.c", {})}));
+// A row that another writer left in a shape the record cannot hold is passed over with a warning:
+// the other rows still answer, the read still succeeds, and an add replaces the odd row.
+TEST_F(GTokenPolicyFailureTest, AnUnreadableRowIsSkippedAndItsBundleCanBeReplaced)
+{
+    const char* const oddRows[] = {
+        "('com.c', 'fp', 'not a number', 'malicious-app', 0)",  // version code
+        "('com.c', 'fp', 1, 'malicious-app', 2.5)",             // policy value not whole
+        "('com.c', 'fp', 1, 'malicious-app', 4294967296)",      // policy value beyond 32 bits
+        "('com.c', X'00ff', 1, 'malicious-app', 0)",            // finger print not text
+    };
+    Install("com.a");
+    for (const char* oddRow : oddRows) {
+        SCOPED_TRACE(oddRow);
+        ASSERT_TRUE(Service().AddPolicy({Info("com.a", {{MALICIOUS, 0}, {"p", 1}})}));
+        auto other = OpenSecondConnection();
+        ASSERT_NE(other, nullptr);
+        ASSERT_EQ(other->ExecuteSql(std::string("INSERT INTO gtoken_policy VALUES ") + oddRow), OHOS::NativeRdb::E_OK);
+        {
+            LogCapture capture;
+            for (const auto& bundles : {std::vector<std::string>{}, std::vector<std::string>{"com.a", "com.c"}}) {
+                const auto answer = Service().GetPolicy(MALICIOUS, bundles);
+                EXPECT_EQ(answer.ret, OHOS::NativeRdb::E_OK);
+                EXPECT_THAT(Values(answer), ElementsAre("com.a:0"));
+            }
+            EXPECT_EQ(capture.Count(LOG_WARN, "skip policy row 1 that does not read, ret=" +
+                                                  std::to_string(OHOS::NativeRdb::E_INVALID_COLUMN_TYPE)),
+                2u);
+            EXPECT_EQ(capture.Count(LOG_INFO, "end gtoken GetPolicy"), 2u);
+        }
+        // The add reads the bundle's old rows through the same path and goes on to replace them.
+        ASSERT_TRUE(Service().AddPolicy({Info("com.c", {{"p", 5}})}));
+        EXPECT_EQ(TableRows(), (std::set<std::string>{"com.a/malicious-app=0 (fp-com.a,1)", "com.a/p=1 (fp-com.a,1)",
+                                   "com.c/p=5 (fp-com.c,1)"}));
+        EXPECT_THAT(Values(Service().GetPolicy("p", {})), ElementsAre("com.a:1", "com.c:5"));
+        ASSERT_TRUE(Service().RemovePolicy({"com.a", "com.c"}));
     }
-    EXPECT_EQ(TableRows().size(), 2u);
 }
 
 }  // namespace
