@@ -52,6 +52,13 @@ constexpr size_t LARGE_PAYLOAD = 4 * MIB - 64;
 // Generous: an answer is expected in milliseconds; a pool thread held by a slow reader costs 10 s.
 constexpr std::chrono::seconds ANSWER_LIMIT{5};
 constexpr int DESCRIPTORS_NEEDED = 1100;
+// A sanitizer's shadow memory and quarantine of freed blocks make a resident size say nothing about
+// what the daemon holds.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool MEMORY_MEASURABLE = false;
+#else
+constexpr bool MEMORY_MEASURABLE = true;
+#endif
 
 double InMib(size_t bytes)
 {
@@ -440,9 +447,11 @@ TEST(SocketBudgetTest, OneUidsLoadKeepsNeitherRootNorTheSettingsAppWaitingNorThe
         EXPECT_LT(root.took, ANSWER_LIMIT);
         EXPECT_TRUE(app.answered);
         EXPECT_LT(app.took, ANSWER_LIMIT);
-        EXPECT_GT(peak, 0U);
-        EXPECT_LT(peak, RSS_LIMIT);
-        EXPECT_LT(after, idle + 16 * MIB) << "idle " << InMib(idle) << " MiB, after " << InMib(after) << " MiB";
+        if (MEMORY_MEASURABLE) {
+            EXPECT_GT(peak, 0U);
+            EXPECT_LT(peak, RSS_LIMIT);
+            EXPECT_LT(after, idle + 8 * MIB) << "idle " << InMib(idle) << " MiB, after " << InMib(after) << " MiB";
+        }
         EXPECT_TRUE(RootStatus(hostd.SocketPath()).answered);
     }
 }
