@@ -135,7 +135,7 @@ enum class Served {
     CLOSE,    // the connection must close
 };
 
-// Connections of one uid, for its quota.
+// Connections of one uid that is not a system caller's, for its quota.
 struct UidConnections {
     size_t open = 0;
     bool refusalLogged = false;  // one warning per stretch of refusals, not one per connection
@@ -211,8 +211,8 @@ struct SocketServer::Impl {
 
     // The accepting thread's own state.
     std::unordered_map<uint64_t, std::shared_ptr<Connection>> connections;
-    std::unordered_map<uid_t, UidConnections> byUid;
-    size_t othersOpen = 0;  // connections of callers that are not system callers
+    std::unordered_map<uid_t, UidConnections> byUid;  // of callers that are not system callers
+    size_t othersOpen = 0;                            // their connections, every uid together
     bool fullLogged = false;
     FrameBudget budget;
     uint64_t nextKey = FIRST_CONNECTION_KEY;
@@ -568,8 +568,10 @@ void SocketServer::Impl::AcceptAll()
             continue;
         }
         connections.emplace(connection->key, std::move(connection));
-        ++byUid[peer.uid].open;
-        othersOpen += system ? 0 : 1;
+        if (!system) {
+            ++byUid[peer.uid].open;
+            ++othersOpen;
+        }
         connectionsAccepted.fetch_add(1, std::memory_order_relaxed);
         connectionsOpen.fetch_add(1, std::memory_order_relaxed);
         TRANSPORT_LOGD("connection from pid %d uid %u", peer.pid, peer.uid);
@@ -795,22 +797,21 @@ void SocketServer::Impl::Sweep(Clock::time_point now)
     size_t unfinished = 0;
     size_t untaken = 0;
     for (const auto& [connection, phase] : late) {
+        // Counted first: the client may see its connection end before this thread goes on.
         ++(phase == Phase::SILENT ? silent : phase == Phase::RECEIVING ? unfinished : untaken);
+        (phase == Phase::SILENT ? silentClosed : timeouts).fetch_add(1, std::memory_order_relaxed);
         CloseConnection(connection);
     }
     // One line a sweep, however many connections a caller left hanging.
     if (silent > 0) {
-        silentClosed.fetch_add(silent, std::memory_order_relaxed);
         TRANSPORT_LOGI("closed %zu connections that began no request within %lld ms", silent,
             static_cast<long long>(options.firstFrameTimeout.count()));
     }
     if (unfinished > 0) {
-        timeouts.fetch_add(unfinished, std::memory_order_relaxed);
         TRANSPORT_LOGW("closed %zu connections that left a request unfinished for %lld ms", unfinished,
             static_cast<long long>(options.readTimeout.count()));
     }
     if (untaken > 0) {
-        timeouts.fetch_add(untaken, std::memory_order_relaxed);
         TRANSPORT_LOGW("closed %zu connections that did not take their reply within %lld ms", untaken,
             static_cast<long long>(options.writeTimeout.count()));
     }
@@ -857,10 +858,11 @@ void SocketServer::Impl::KeepWithinBudget(const Connection& locked)
         }
         greediest = found->second->peer.uid;
         ++closed;
+        // Counted first: the client may see its connection end before this thread goes on.
+        budgetClosed.fetch_add(1, std::memory_order_relaxed);
         CloseConnection(found->second);
     }
     if (closed > 0) {
-        budgetClosed.fetch_add(closed, std::memory_order_relaxed);
         DropQueuedOfClosed();
         TRANSPORT_LOGW("frames arriving, requests waiting and replies not taken held over %zu bytes: uid %u, which "
                        "held the most, lost %zu connections",
@@ -892,11 +894,13 @@ void SocketServer::Impl::CloseConnection(std::shared_ptr<Connection> connection)
     epoll_ctl(epollFd, EPOLL_CTL_DEL, connection->fd, nullptr);
     budget.Remove(connection->key);
     bytesHeld.store(budget.Held(), std::memory_order_relaxed);
-    const auto mine = byUid.find(connection->peer.uid);
-    if (mine != byUid.end() && --mine->second.open == 0) {
-        byUid.erase(mine);
+    if (!connection->system) {
+        const auto mine = byUid.find(connection->peer.uid);
+        if (mine != byUid.end() && --mine->second.open == 0) {
+            byUid.erase(mine);
+        }
+        --othersOpen;
     }
-    othersOpen -= connection->system ? 0 : 1;
     if (fullLogged && connections.size() <= options.maxConnections / 2) {
         fullLogged = false;
     }
