@@ -205,7 +205,7 @@ struct SocketServer::Impl {
     int lockFd = -1;
     int epollFd = -1;
     int wakeFd = -1;  // pool threads -> accepting thread: connections handed over (drained)
-    int stopFd = -1;  // Stop -> everyone; never drained, so it stays readable once set
+    int stopFd = -1;  // Stop -> accepting thread; never drained, so it stays readable once set
     std::thread reactor;
     std::vector<std::thread> workers;
 
@@ -532,7 +532,9 @@ void SocketServer::Impl::RunReactor()
 
 void SocketServer::Impl::AcceptAll()
 {
-    for (;;) {
+    // A bounded number per pass: a caller that connects without pause must not keep this thread
+    // from the connections it already has. The listener stays readable for the next pass.
+    for (size_t taken = 0; taken < EVENT_BATCH; ++taken) {
         const int fd = accept4(listenFd, nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
         if (fd < 0) {
             if (errno == EINTR || errno == ECONNABORTED) {
@@ -582,9 +584,10 @@ bool SocketServer::Impl::Admit(const PeerCredentials& peer, bool system)
 {
     const bool full = connections.size() >= options.maxConnections;
     if (full || (!system && othersOpen >= options.maxConnections - options.systemReserve)) {
+        // Said once, and again only after the connections have fallen to half the cap.
         if (!fullLogged) {
-            TRANSPORT_LOGW("%zu connections open%{public}s; new ones are refused until half of them close",
-                connections.size(), full ? "" : ", the rest kept for system callers");
+            TRANSPORT_LOGW("%zu connections open%{public}s: new ones are refused", connections.size(),
+                full ? "" : ", the places left kept for system callers");
             fullLogged = true;
         }
         return false;
