@@ -90,8 +90,8 @@ std::optional<DaemonOptions> DaemonOptions::Parse(int argc, char** argv, int& ex
         ->capture_default_str()
         ->check(CLI::Range(int64_t{1}, LONGEST_TIMEOUT_MS));
     app.add_option("--frame-budget", frameBudget,
-           "bytes held for every client together, for requests still arriving and replies not yet taken; over "
-           "it, the uid holding the most loses its largest connection (at least " +
+           "bytes held for every client together: requests arriving or waiting for a thread, replies not yet "
+           "taken; over it, the uid holding the most loses its largest connection (at least " +
                Mib(Transport::DEFAULT_MAX_PAYLOAD) + ", a whole request at the cap)")
         ->transform(CLI::AsSizeValue(false))
         ->default_str(Mib(server.frameBudget));

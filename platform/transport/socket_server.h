@@ -45,9 +45,9 @@ struct ServerOptions {
     // every new connection: it must be quick and thread-safe. Empty: root alone.
     std::function<bool(uid_t)> isSystemUid;
     // Bytes held for all clients together: the buffers of frames still arriving (which grow with
-    // the bytes received, never to the declared length up front) and replies not yet taken. Once
-    // over it, the uid that holds the most loses its connection that holds the most, until the
-    // total is back within it.
+    // the bytes received, never to the declared length up front), requests waiting for or in the
+    // pool, and replies not yet taken. Once over it, the uid that holds the most loses its
+    // connection that holds the most, until the total is back within it.
     size_t frameBudget = size_t{32} * 1024 * 1024;
     // Payload bytes of a reply a client has not taken that its connection may hold; a reply that
     // leaves more unsent closes its connection. The default holds any reply the cap allows.
