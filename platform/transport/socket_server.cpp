@@ -174,6 +174,8 @@ struct SocketServer::Impl {
     void PauseAccept();
     void ResumeAccept();
     void OnEvent(uint64_t key);
+    // Reads what the connection sent; true when it stopped with the budget over, the connection
+    // neither watched nor handed to the pool. Its lock is held.
     bool ReadConnection(const std::shared_ptr<Connection>& connection);
     bool SendRest(const std::shared_ptr<Connection>& connection);
     bool Continue(const std::shared_ptr<Connection>& connection);
@@ -182,7 +184,7 @@ struct SocketServer::Impl {
     void TakeHandOvers();
     void Sweep(Clock::time_point now);
     void Account(const Connection& connection);
-    void KeepWithinBudget(const Connection& locked);
+    void KeepWithinBudget();
     void DropQueuedOfClosed();
     void CloseConnection(std::shared_ptr<Connection> connection);
 
@@ -634,11 +636,24 @@ void SocketServer::Impl::OnEvent(uint64_t key)
         return;
     }
     const std::shared_ptr<Connection> connection = found->second;
-    std::lock_guard<std::mutex> lock(connection->mutex);
-    if (connection->phase == Phase::SENDING) {
-        SendRest(connection);
-    } else if (connection->phase != Phase::SERVING) {
-        ReadConnection(connection);
+    for (;;) {
+        {
+            std::lock_guard<std::mutex> lock(connection->mutex);
+            if (connection->closed.load() || connection->phase == Phase::SERVING) {
+                return;
+            }
+            if (connection->phase == Phase::SENDING) {
+                SendRest(connection);
+                return;
+            }
+            if (!ReadConnection(connection)) {
+                return;
+            }
+        }
+        // Reading stopped with the budget over. It is brought back within it holding no
+        // connection's lock, since that looks at every connection; then, if this one is still
+        // open, reading goes on where it stopped.
+        KeepWithinBudget();
     }
 }
 
@@ -659,9 +674,8 @@ bool SocketServer::Impl::ReadConnection(const std::shared_ptr<Connection>& conne
             // Counted as it grows, so that a frame is judged against the budget while it arrives,
             // not once it is whole.
             Account(*connection);
-            KeepWithinBudget(*connection);
-            if (connection->closed.load()) {
-                return false;
+            if (budget.Over()) {
+                return true;
             }
             // Reading stops at the first whole request: the connection's next frames wait in the
             // kernel until this one is answered, which bounds what a client can make us hold.
@@ -683,7 +697,8 @@ bool SocketServer::Impl::ReadConnection(const std::shared_ptr<Connection>& conne
             return false;
         }
     }
-    return Continue(connection);
+    Continue(connection);
+    return false;
 }
 
 bool SocketServer::Impl::SendRest(const std::shared_ptr<Connection>& connection)
@@ -775,11 +790,11 @@ void SocketServer::Impl::TakeHandOvers()
         }
         // The reply counts against the budget from now until its last byte has gone.
         Account(*connection);
-        KeepWithinBudget(*connection);
-        if (!connection->closed.load() && !Watch(*connection, WRITE_EVENTS)) {
+        if (!Watch(*connection, WRITE_EVENTS)) {
             CloseConnection(connection);
         }
     }
+    KeepWithinBudget();
 }
 
 void SocketServer::Impl::Sweep(Clock::time_point now)
@@ -833,19 +848,16 @@ void SocketServer::Impl::Account(const Connection& connection)
     }
 }
 
-void SocketServer::Impl::KeepWithinBudget(const Connection& locked)
+void SocketServer::Impl::KeepWithinBudget()
 {
     if (!budget.Over()) {
         return;
     }
     // Requests the pool finished with since their connection was last seen still count: bring
-    // every count up to date before anyone loses a connection for it. Only this thread ever holds
-    // two connections' locks, so taking the others' here cannot deadlock.
+    // every count up to date before anyone loses a connection for it.
     for (const auto& [key, connection] : connections) {
-        if (connection.get() != &locked) {
-            std::lock_guard<std::mutex> lock(connection->mutex);
-            Account(*connection);
-        }
+        std::lock_guard<std::mutex> lock(connection->mutex);
+        Account(*connection);
     }
     size_t closed = 0;
     uid_t greediest = 0;
