@@ -121,6 +121,13 @@ bool ParseStates(const std::string& text, const std::vector<std::string>& words,
     return true;
 }
 
+RequestFacts FactsOf(const httplib::Request& request)
+{
+    return {request.method, request.path, request.get_header_value("Host"), request.get_header_value_count("Host"),
+        request.get_header_value("Origin"), request.get_header_value_count("Origin"),
+        request.get_header_value("Content-Type")};
+}
+
 }  // namespace
 
 DashboardServer::DashboardServer(const PrivacyApi& api, const WebAssets& assets, std::string token, int32_t defaultUser)
@@ -133,10 +140,24 @@ DashboardServer::DashboardServer(const PrivacyApi& api, const WebAssets& assets,
     server_->set_write_timeout(IDLE_SECONDS, 0);
     server_->set_keep_alive_timeout(IDLE_SECONDS);
     server_->set_default_headers(SECURITY_HEADERS);
+    // The guard runs before the server reads a body: a refused request is not read any further.
     server_->set_pre_routing_handler([this](const httplib::Request& request, httplib::Response& response) {
-        Handle(request, response);
+        const GuardDecision decision = guard_->Check(FactsOf(request));
+        if (decision.status == HTTP_OK) {
+            return httplib::Server::HandlerResponse::Unhandled;
+        }
+        SendError(response, decision.status, decision.reason);
         return httplib::Server::HandlerResponse::Handled;
     });
+    const auto handle = [this](const httplib::Request& request, httplib::Response& response) {
+        Handle(request, response);
+    };
+    server_->Get(".*", handle);
+    server_->Post(".*", handle);
+    server_->Put(".*", handle);
+    server_->Patch(".*", handle);
+    server_->Delete(".*", handle);
+    server_->Options(".*", handle);
 }
 
 DashboardServer::~DashboardServer() = default;
@@ -175,10 +196,7 @@ void DashboardServer::Stop()
 
 void DashboardServer::Handle(const httplib::Request& request, httplib::Response& response) const
 {
-    RequestFacts facts{request.method, request.path, request.get_header_value("Host"),
-        request.get_header_value_count("Host"), request.get_header_value("Origin"),
-        request.get_header_value_count("Origin"), request.get_header_value("Content-Type")};
-    const GuardDecision decision = guard_->Check(facts);
+    const GuardDecision decision = guard_->Check(FactsOf(request));
     if (decision.status != HTTP_OK) {
         SendError(response, decision.status, decision.reason);
         return;

@@ -47,16 +47,17 @@ class Device:
         self.port = 0
 
     def start(self):
-        log = open(os.path.join(self.directory, "hostd.out"), "wb")
-        self.hostd = subprocess.Popen(
-            [os.path.join(BIN_DIR, "asp_hostd"), "--data-root", os.path.join(self.directory, "device"),
-             "--socket", self.socket, "--profile", PROFILE,
-             "--log-file", os.path.join(self.directory, "hostd.log")],
-            stdout=log, stderr=subprocess.STDOUT)
+        with open(os.path.join(self.directory, "hostd.out"), "wb") as log:
+            self.hostd = subprocess.Popen(
+                [os.path.join(BIN_DIR, "asp_hostd"), "--data-root", os.path.join(self.directory, "device"),
+                 "--socket", self.socket, "--profile", PROFILE,
+                 "--log-file", os.path.join(self.directory, "hostd.log")],
+                stdout=log, stderr=subprocess.STDOUT)
         wait_for(lambda: self.hostd.poll() is not None or self.tool("hidumper", "-ls").returncode == 0,
                  20, "asp_hostd to answer")
         if self.hostd.poll() is not None:
-            raise AssertionError("asp_hostd exited: " + open(log.name).read())
+            with open(os.path.join(self.directory, "hostd.out")) as log:
+                raise AssertionError("asp_hostd exited: " + log.read())
         self.dashboard = subprocess.Popen(
             [os.path.join(BIN_DIR, "asp_dashboard"), "--socket", self.socket, "--port", "0"],
             stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)

@@ -78,7 +78,10 @@ class DashboardBrowserTest(unittest.TestCase):
         if not driver.current_url.startswith(self.device.url):
             driver.get(self.device.url + route)
         else:
-            driver.execute_script("document.body.dataset.ready = 'stale'; location.hash = arguments[0];", route)
+            driver.execute_script(
+                "document.body.dataset.ready = 'stale';"
+                "if (location.hash === arguments[0]) window.dispatchEvent(new HashChangeEvent('hashchange'));"
+                "else location.hash = arguments[0];", route)
         WebDriverWait(driver, 20).until(lambda d: d.execute_script("return document.body.dataset.ready") == "true")
         errors = driver.find_elements(By.CSS_SELECTOR, ".error")
         self.assertEqual([e.text for e in errors], [], f"{route} shows an error")

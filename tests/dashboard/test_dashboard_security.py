@@ -75,7 +75,8 @@ class DashboardSecurityTest(unittest.TestCase):
     def test_server_runs_as_the_settings_app_alone(self):
         settings = self.device.tool("bm", "dump", "-n", dashboard_harness.SETTINGS)
         uid = next(line.split()[-1] for line in settings.stdout.splitlines() if line.startswith("uid:"))
-        status = open(f"/proc/{self.device.dashboard.pid}/status").read()
+        with open(f"/proc/{self.device.dashboard.pid}/status") as file:
+            status = file.read()
         fields = dict(line.split(":", 1) for line in status.splitlines() if ":" in line)
         self.assertEqual(fields["Uid"].split(), [uid] * 4)
         self.assertEqual(fields["Gid"].split(), [uid] * 4)
@@ -83,7 +84,8 @@ class DashboardSecurityTest(unittest.TestCase):
         self.assertEqual(int(fields["CapEff"], 16), 0)
         self.assertEqual(int(fields["CapPrm"], 16), 0)
         self.assertEqual(fields["NoNewPrivs"].strip(), "1")
-        listening = [line.split() for line in open("/proc/net/tcp").read().splitlines()[1:]]
+        with open("/proc/net/tcp") as file:
+            listening = [line.split() for line in file.read().splitlines()[1:]]
         own = [entry[1] for entry in listening if entry[3] == "0A" and int(entry[1].split(":")[1], 16) ==
                self.device.port]
         self.assertEqual(own, [f"0100007F:{self.device.port:04X}"], "listens on 127.0.0.1 only")
