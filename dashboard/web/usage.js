@@ -54,23 +54,24 @@ function when(ms) {
   return new Date(ms).toLocaleString();
 }
 
-function chart(group, series, begin, end, bucket) {
+function chart(parent, group, series, begin, end, bucket) {
   const total = (values) => values.reduce((sum, value) => sum + value, 0);
   const [accessed, rejected, foreground, background, locked] = series.map(total);
   const box = h('div', { class: 'chart', 'data-group': group },
     h('h3', {}, group),
     h('div', { class: 'totals' }, `${accessed} accessed, ${rejected} rejected · of the accessed: ` +
       `${foreground} in foreground, ${background} in background, ${locked} on a locked screen`));
+  parent.append(box);
   const times = series[0].map((_, i) => (begin + i * bucket) / 1000);
   const plot = new uPlot({
-    width: 460,
-    height: 200,
+    width: Math.max(300, box.clientWidth - 16),
+    height: 180,
+    legend: { live: false },
     scales: { x: { time: true, range: [begin / 1000, end / 1000] } },
     axes: [{}, { label: 'uses', size: 50 }],
-    series: [{}, ...SERIES.map((s) => ({ ...s, paths: uPlot.paths.stepped({ align: 1 }) }))],
+    series: [{}, ...SERIES.map((s) => ({ ...s, points: { show: false }, paths: uPlot.paths.stepped({ align: 1 }) }))],
   }, [times, ...series], box);
   window.aspCharts.push({ group, begin, end, bucket, plot });
-  return box;
 }
 
 async function timelineOf(params, mode) {
@@ -122,6 +123,6 @@ export async function renderUsage(page, { user, bundle }) {
   page.replaceChildren(...content);
   const groups = bucketize(records, begin, bucket, span / bucket);
   if (groups.size === 0) charts.append(h('p', { class: 'note' }, 'No use in this range.'));
-  for (const [group, series] of groups) charts.append(chart(group, series, begin, end, bucket));
+  for (const [group, series] of groups) chart(charts, group, series, begin, end, bucket);
   return null;
 }
