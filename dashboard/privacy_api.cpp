@@ -89,6 +89,25 @@ nlohmann::json RecordJson(const PermissionUsageRecord& record)
         {"endTimestamp", record.GetEndTimestamp()}};
 }
 
+Record::PermissionUsageRecordQuery QueryOf(
+    const UsageSpec& spec, int64_t beginMs, int64_t endMs, int32_t limit, int32_t order)
+{
+    Record::PermissionUsageRecordQuery query;
+    query.SetUserIds({spec.userId});
+    if (!spec.bundleName.empty()) {
+        query.SetBundleNames({spec.bundleName});
+    }
+    query.SetOperationGroups(spec.groups);
+    query.SetOperationModes({spec.operationMode});
+    query.SetAppStates(spec.appStates);
+    query.SetScreenStates(spec.screenStates);
+    query.SetBeginTimestamp(beginMs);
+    query.SetEndTimestamp(endMs);
+    query.SetLimit(limit);
+    query.SetOrder(order);
+    return query;
+}
+
 std::string DisabledReasonText(const std::string& reason)
 {
     if (reason == "POLICY_OR_SYSTEM_FIXED") {
@@ -301,22 +320,10 @@ std::string PrivacyApi::WhyNotApplied(
 int32_t PrivacyApi::CollectTimeline(const UsageSpec& spec, int64_t beginMs, int64_t endMs,
     std::vector<PermissionUsageRecord>& records, int& budget, bool& complete, std::optional<ApiAnswer>& failure) const
 {
-    Record::PermissionUsageRecordQuery query;
-    query.SetUserIds({spec.userId});
-    if (!spec.bundleName.empty()) {
-        query.SetBundleNames({spec.bundleName});
-    }
-    query.SetOperationGroups(spec.groups);
-    query.SetOperationModes({spec.operationMode});
-    query.SetAppStates(spec.appStates);
-    query.SetScreenStates(spec.screenStates);
-    query.SetBeginTimestamp(beginMs);
-    query.SetEndTimestamp(endMs);
-    query.SetLimit(SERVICE_TIMELINE_MAX);
-    query.SetOrder(1);
     std::vector<PermissionUsageRecord> part;
     --budget;
-    const int32_t result = proxy_->GetPermissionUsageTimeline(query, part);
+    const int32_t result =
+        proxy_->GetPermissionUsageTimeline(QueryOf(spec, beginMs, endMs, SERVICE_TIMELINE_MAX, 1), part);
     if ((failure = Unanswered(Code::GET_PERMISSION_USAGE_RECORD_TIMELINE))) {
         return -1;
     }
@@ -353,19 +360,7 @@ ApiAnswer PrivacyApi::Usage(const UsageSpec& spec) const
             std::reverse(records.begin(), records.end());
         }
     } else {
-        Record::PermissionUsageRecordQuery query;
-        query.SetUserIds({spec.userId});
-        if (!spec.bundleName.empty()) {
-            query.SetBundleNames({spec.bundleName});
-        }
-        query.SetOperationGroups(spec.groups);
-        query.SetOperationModes({spec.operationMode});
-        query.SetAppStates(spec.appStates);
-        query.SetScreenStates(spec.screenStates);
-        query.SetBeginTimestamp(spec.beginMs);
-        query.SetEndTimestamp(spec.endMs);
-        query.SetLimit(spec.limit);
-        query.SetOrder(spec.order);
+        const auto query = QueryOf(spec, spec.beginMs, spec.endMs, spec.limit, spec.order);
         result = spec.timeline ? proxy_->GetPermissionUsageTimeline(query, records)
                                : proxy_->GetPermissionUsageSummary(query, records);
         if (auto failed = Unanswered(code)) {

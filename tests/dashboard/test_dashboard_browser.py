@@ -55,6 +55,7 @@ class DashboardBrowserTest(unittest.TestCase):
         cls.device = Device().start()
         options = webdriver.ChromeOptions()
         options.binary_location = CHROMIUM
+        options.set_capability("goog:loggingPrefs", {"browser": "ALL"})
         for argument in ("--headless=new", "--no-sandbox", "--disable-gpu", "--disable-dev-shm-usage",
                          "--window-size=1400,1000", "--lang=en-US"):
             options.add_argument(argument)
@@ -126,6 +127,9 @@ class DashboardBrowserTest(unittest.TestCase):
         row = self.driver.find_element(By.CSS_SELECTOR, f'tr[data-bundle="{DISPOSED_APP}"]')
         self.assertIn("disposed", row.text)
         self.screenshot("gtoken")
+        # No script error and nothing the page's content policy blocked, on any page.
+        severe = [entry["message"] for entry in self.driver.get_log("browser") if entry["level"] == "SEVERE"]
+        self.assertEqual(severe, [])
 
     def test_2_a_change_in_the_page_is_the_service_state(self):
         self.assertNotEqual(self.device.group_state(APP, "LOCATION"), "ALLOW_ONLY_WHILE_IN_USE")
