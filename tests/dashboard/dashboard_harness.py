@@ -69,6 +69,8 @@ class Device:
         return self
 
     def stop(self):
+        """Stops both; raises when the dashboard did not end cleanly on SIGTERM (a sanitizer's
+        report at exit, for one)."""
         for process in (self.dashboard, self.hostd):
             if process and process.poll() is None:
                 process.terminate()
@@ -77,10 +79,14 @@ class Device:
                 except subprocess.TimeoutExpired:
                     process.kill()
                     process.wait()
+        errors = ""
         if self.dashboard:
+            errors = self.dashboard.stderr.read()
             self.dashboard.stdout.close()
             self.dashboard.stderr.close()
         shutil.rmtree(self.directory, ignore_errors=True)
+        if self.dashboard and self.dashboard.returncode != 0:
+            raise AssertionError(f"asp_dashboard ended with {self.dashboard.returncode}: {errors}")
 
     def tool(self, name, *args):
         return subprocess.run([os.path.join(BIN_DIR, name), *args], env=self.env, capture_output=True, text=True,

@@ -70,8 +70,10 @@ class DashboardBrowserTest(unittest.TestCase):
 
     @classmethod
     def tearDownClass(cls):
-        cls.driver.quit()
-        cls.device.stop()
+        try:
+            cls.driver.quit()
+        finally:
+            cls.device.stop()
 
     def open(self, route):
         """Shows `route` (a hash) and waits until the page has its answer."""
