@@ -131,7 +131,10 @@ RequestFacts FactsOf(const httplib::Request& request)
 }  // namespace
 
 DashboardServer::DashboardServer(const PrivacyApi& api, const WebAssets& assets, std::string token, int32_t defaultUser)
-    : api_(api), assets_(assets), token_(std::move(token)), defaultUser_(defaultUser),
+    : api_(api),
+      assets_(assets),
+      token_(std::move(token)),
+      defaultUser_(defaultUser),
       server_(std::make_unique<httplib::Server>())
 {
     server_->new_task_queue = [] { return new httplib::ThreadPool(THREADS); };

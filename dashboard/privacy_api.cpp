@@ -178,11 +178,11 @@ ApiAnswer PrivacyApi::Refused(uint32_t code, int32_t result) const
             return ApiAnswer::Error(
                 HTTP_FORBIDDEN, "refused (201): " + caller_.Text() + " lacks " + PermissionOf(code), result);
         case NOT_SYSTEM_APP:
-            return ApiAnswer::Error(HTTP_FORBIDDEN, "refused (202): " + caller_.Text() + " is not a system app", result);
+            return ApiAnswer::Error(
+                HTTP_FORBIDDEN, "refused (202): " + caller_.Text() + " is not a system app", result);
         case INVALID_ARGUMENT:
             return ApiAnswer::Error(HTTP_BAD_REQUEST, "the service found an argument invalid (401)", result);
-        default:
-            return ApiAnswer::Error(HTTP_BAD_GATEWAY, "the service answered " + std::to_string(result), result);
+        default: return ApiAnswer::Error(HTTP_BAD_GATEWAY, "the service answered " + std::to_string(result), result);
     }
 }
 
@@ -200,10 +200,10 @@ std::optional<ApiAnswer> PrivacyApi::ExplainEmpty(uint32_t code, const std::stri
 
 ApiAnswer PrivacyApi::Meta(int32_t userId) const
 {
-    return {200, {{"caller", {{"bundleName", caller_.bundleName}, {"uid", caller_.uid}}}, {"userId", userId},
-                     {"groups", NamesOf<Permission::PermissionGroup>()},
-                     {"states", NamesOf<Permission::PermissionGroupState>()},
-                     {"operationGroups", NamesOf<Record::PermissionOperationGroup>()}}};
+    return {200,
+        {{"caller", {{"bundleName", caller_.bundleName}, {"uid", caller_.uid}}}, {"userId", userId},
+            {"groups", NamesOf<Permission::PermissionGroup>()}, {"states", NamesOf<Permission::PermissionGroupState>()},
+            {"operationGroups", NamesOf<Record::PermissionOperationGroup>()}}};
 }
 
 ApiAnswer PrivacyApi::Apps(int32_t userId) const
@@ -285,7 +285,8 @@ ApiAnswer PrivacyApi::SetState(const std::string& bundleName, int32_t userId, co
         return *failed;
     }
     if (applied) {
-        return {200, {{"applied", true}, {"bundleName", bundleName}, {"permissionGroup", group}, {"checkedState", state}}};
+        return {
+            200, {{"applied", true}, {"bundleName", bundleName}, {"permissionGroup", group}, {"checkedState", state}}};
     }
     if (auto refused = ExplainEmpty(
             Code::SET_APP_PERMISSION_GROUP_CHECKED_STATE, StateGrants(state) ? GRANT_SENSITIVE : REVOKE_SENSITIVE)) {
@@ -389,9 +390,9 @@ ApiAnswer PrivacyApi::GTokenPolicy(const std::string& policyName, const std::vec
     }
     nlohmann::json list = nlohmann::json::array();
     for (const GTokenResult& row : answer.results) {
-        list.push_back({{"bundleName", row.bundleName}, {"fingerPrint", row.fingerPrint},
-            {"versionCode", row.versionCode}, {"policyValue", row.policyValue},
-            {"disposed", policyName == MALICIOUS_APP && row.policyValue == 1}});
+        list.push_back(
+            {{"bundleName", row.bundleName}, {"fingerPrint", row.fingerPrint}, {"versionCode", row.versionCode},
+                {"policyValue", row.policyValue}, {"disposed", policyName == MALICIOUS_APP && row.policyValue == 1}});
     }
     return {200, {{"policyName", policyName}, {"rows", std::move(list)}}};
 }
