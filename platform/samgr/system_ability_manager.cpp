@@ -82,10 +82,19 @@ sptr<IRemoteObject> SystemAbilityManager::CheckSystemAbility(int32_t systemAbili
 {
     std::lock_guard<std::mutex> lock(mutex_);
     const Entry* entry = FindEntry(systemAbilityId);
-    if (entry == nullptr || entry->state == State::STOPPING) {
+    if (entry == nullptr) {
         return nullptr;
     }
-    return entry->object;
+    switch (entry->state) {
+        case State::RUNNING:
+        case State::UNLOAD_PENDING:
+        case State::DRAINING: return entry->object;
+        case State::STARTING:
+        case State::IDLING:
+            // The ability's own callback may look itself up; nobody else sees it half started.
+            return entry->busyThread == std::this_thread::get_id() ? entry->object : nullptr;
+        default: return nullptr;
+    }
 }
 
 int32_t SystemAbilityManager::AddSystemAbility(
@@ -135,65 +144,102 @@ sptr<IRemoteObject> SystemAbilityManager::StartAbility(
     return Acquire(systemAbilityId, reason, std::chrono::steady_clock::now() + GET_WAIT).object;
 }
 
-SystemAbilityManager::Acquired SystemAbilityManager::Acquire(
-    int32_t systemAbilityId, const SystemAbilityOnDemandReason& reason, std::chrono::steady_clock::time_point deadline)
+SystemAbilityManager::Acquired SystemAbilityManager::Acquire(int32_t systemAbilityId,
+    const SystemAbilityOnDemandReason& reason, std::chrono::steady_clock::time_point deadline, bool use)
 {
     Released released;  // destroyed after the lock
     std::unique_lock<std::mutex> lock(mutex_);
-    bool loaderCalled = false;
+    const std::thread::id self = std::this_thread::get_id();
     for (;;) {
-        Entry* entry = FindEntry(systemAbilityId);
-        bool mustWait = false;
-        if (entry == nullptr) {
-            if (loading_.count(systemAbilityId) != 0) {
-                mustWait = true;
-            } else if (loaderCalled || !loader_) {
+        // While the loader runs, the library's static initialisers run: one of them registers the
+        // ability, and those after it (tables, log tags, other objects the ability uses) may not
+        // have run yet. Nothing is started or handed out until the loader has returned.
+        const auto loading = loading_.find(systemAbilityId);
+        if (loading != loading_.end() && loading->second == self) {
+            return {SAM_ERR_NOT_RUNNING, nullptr};  // a static initialiser asking for its own ability
+        }
+        Entry* entry = loading == loading_.end() ? FindEntry(systemAbilityId) : nullptr;
+        if (loading == loading_.end() && entry == nullptr) {
+            if (!loader_) {
                 return {SAM_ERR_NO_SUCH_ABILITY, nullptr};
-            } else {
-                // The loader registers the ability from the library's static initialiser, which
-                // takes this lock: it runs unlocked, and other first requests wait for it.
-                loaderCalled = true;
-                loading_.insert(systemAbilityId);
-                const Loader loader = loader_;
-                lock.unlock();
-                loader(systemAbilityId);
-                lock.lock();
-                loading_.erase(systemAbilityId);
-                changed_.notify_all();
-                continue;
             }
-        } else {
-            const bool ownThread = entry->busyThread == std::this_thread::get_id();
+            // The loader registers the ability from the library's static initialiser, which takes
+            // this lock: it runs unlocked, and other first requests wait for it.
+            loading_[systemAbilityId] = self;
+            const Loader loader = loader_;
+            lock.unlock();
+            loader(systemAbilityId);
+            lock.lock();
+            loading_.erase(systemAbilityId);
+            changed_.notify_all();
+            if (FindEntry(systemAbilityId) == nullptr) {
+                return {SAM_ERR_NO_SUCH_ABILITY, nullptr};  // the library did not load or register
+            }
+            continue;
+        }
+        if (entry != nullptr) {
+            const bool ownThread = entry->busyThread == self;
             switch (entry->state) {
                 case State::RUNNING:
-                case State::UNLOAD_PENDING: return {0, entry->object};
-                case State::STOPPED: return Start(lock, systemAbilityId, reason, released);
-                case State::STARTING:
-                    // Published objects are served while OnStart goes on; OnStart asking for its
-                    // own ability gets what it has published so far.
-                    if (entry->object != nullptr) {
+                case State::UNLOAD_PENDING:
+                    if (use) {
+                        ++uses_[systemAbilityId];
+                    }
+                    return {0, entry->object};
+                case State::DRAINING:
+                    if (!use) {
                         return {0, entry->object};
                     }
-                    if (ownThread) {
-                        return {SAM_ERR_NOT_RUNNING, nullptr};
+                    break;  // the uses under way end, then it idles: a new use waits for the unload
+                case State::STOPPED: {
+                    Acquired started = Start(lock, systemAbilityId, reason, released);
+                    if (started.result != 0 || !use) {
+                        return started;
                     }
-                    mustWait = true;
+                    continue;  // taken as a use like any other, unless an unload came first
+                }
+                case State::STARTING:
+                    if (ownThread) {
+                        // OnStart asking for its own ability gets what it has published so far.
+                        return {entry->object == nullptr ? SAM_ERR_NOT_RUNNING : 0, entry->object};
+                    }
                     break;
                 case State::IDLING:
                 case State::STOPPING:
                     if (ownThread) {
                         return {SAM_ERR_NOT_RUNNING, nullptr};  // OnIdle or OnStop asking for itself
                     }
-                    mustWait = true;
                     break;
             }
         }
-        if (mustWait && changed_.wait_until(lock, deadline) == std::cv_status::timeout &&
+        if (changed_.wait_until(lock, deadline) == std::cv_status::timeout &&
             std::chrono::steady_clock::now() >= deadline) {
             HiLogPrint(LOG_CORE, LOG_ERROR, LOG_DOMAIN, LOG_TAG, "wait for SA %{public}d timed out", systemAbilityId);
             return {SAM_ERR_TIMED_OUT, nullptr};
         }
     }
+}
+
+int32_t SystemAbilityManager::UseSystemAbility(int32_t systemAbilityId, std::chrono::milliseconds timeout,
+    const std::function<void(IRemoteObject& object)>& use)
+{
+    Acquired acquired =
+        Acquire(systemAbilityId, InterfaceCall(), std::chrono::steady_clock::now() + timeout, true);
+    if (acquired.result != 0) {
+        return acquired.result;
+    }
+    const bool ran = acquired.object != nullptr;
+    if (ran) {
+        use(*acquired.object);
+        acquired.object = nullptr;  // released while the library is surely there
+    }
+    std::lock_guard<std::mutex> lock(mutex_);
+    auto it = uses_.find(systemAbilityId);
+    if (it != uses_.end() && --it->second <= 0) {
+        uses_.erase(it);
+        changed_.notify_all();  // an unload may wait for the last use
+    }
+    return ran ? 0 : SAM_ERR_NOT_RUNNING;
 }
 
 SystemAbilityManager::Acquired SystemAbilityManager::Start(std::unique_lock<std::mutex>& lock, int32_t systemAbilityId,
@@ -209,6 +255,8 @@ SystemAbilityManager::Acquired SystemAbilityManager::Start(std::unique_lock<std:
     ability->OnStart(reason);
     lock.lock();
     Acquired acquired{SAM_ERR_START_FAILED, nullptr};
+    // Only now is the ability handed out: what it published during OnStart waited for the rest of
+    // its start (its modules, its stores).
     entry = FindEntry(systemAbilityId);
     if (entry != nullptr && entry->ability == ability && entry->state == State::STARTING) {
         entry->busyThread = std::thread::id();
@@ -231,8 +279,8 @@ int32_t SystemAbilityManager::UnloadSystemAbility(int32_t systemAbilityId)
     if (entry == nullptr || entry->ability == nullptr) {
         return SAM_ERR_NO_SUCH_ABILITY;
     }
-    if (entry->state == State::UNLOAD_PENDING) {
-        return 0;
+    if (entry->state == State::UNLOAD_PENDING || entry->state == State::DRAINING) {
+        return 0;  // already under way
     }
     if (entry->state != State::RUNNING) {
         return SAM_ERR_NOT_RUNNING;
@@ -273,9 +321,30 @@ void SystemAbilityManager::Unload(std::unique_lock<std::mutex>& lock, int32_t sy
         return;  // cancelled, or unregistered meanwhile
     }
     SystemAbility* ability = entry->ability;
-    entry->state = State::IDLING;
+    entry->state = State::DRAINING;
     entry->busyThread = std::this_thread::get_id();
+    // Uses under way run to their end before OnIdle: neither OnStop nor the library's unload may
+    // pull the ability from under a request. A use may still cancel the unload meanwhile.
+    changed_.wait(lock, [this, systemAbilityId, ability] {
+        const Entry* current = FindEntry(systemAbilityId);
+        return current == nullptr || current->ability != ability || current->state != State::DRAINING ||
+               uses_.count(systemAbilityId) == 0;
+    });
+    entry = FindEntry(systemAbilityId);
+    if (entry == nullptr || entry->ability != ability) {
+        EndBusy(systemAbilityId, ability, released);
+        return;
+    }
+    if (entry->state != State::DRAINING) {
+        // Cancelled (CancelIdle) while the uses ran; a newer unload request, if any, is queued.
+        if (entry->busyThread == std::this_thread::get_id()) {
+            entry->busyThread = std::thread::id();
+        }
+        return;
+    }
+    entry->state = State::IDLING;
     const SystemAbilityOnDemandReason reason = InterfaceCall();
+    changed_.notify_all();
     lock.unlock();
     const int32_t idle = ability->OnIdle(reason);
     lock.lock();
@@ -371,7 +440,8 @@ void SystemAbilityManager::UnregisterLocked(int32_t systemAbilityId, Released& r
     }
     Entry& entry = it->second;
     Release(entry.object, released);
-    if (entry.state == State::STARTING || entry.state == State::IDLING || entry.state == State::STOPPING) {
+    if (entry.state == State::STARTING || entry.state == State::DRAINING || entry.state == State::IDLING ||
+        entry.state == State::STOPPING) {
         entry.ability = nullptr;  // the busy thread drops the entry when it is done
     } else {
         entries_.erase(it);
@@ -408,6 +478,7 @@ bool SystemAbilityManager::CancelIdle(SystemAbility* ability)
     }
     switch (entry->state) {
         case State::UNLOAD_PENDING:
+        case State::DRAINING:
             entry->state = State::RUNNING;
             unloadQueue_.erase(std::remove(unloadQueue_.begin(), unloadQueue_.end(), ability->GetSystemAbilityId()),
                 unloadQueue_.end());

@@ -7,7 +7,6 @@
 #include <functional>
 #include <map>
 #include <mutex>
-#include <set>
 #include <thread>
 #include <vector>
 
@@ -32,18 +31,25 @@ enum : int32_t {
 // It holds two kinds of entries. Plain remote objects added with AddSystemAbility (the bundle
 // manager, 401) are simply handed out. Abilities registered by their library
 // (SystemAbility::MakeAndRegisterAbility) are started on demand on the asking thread (OnStart with
-// a reason; the ability runs once it has published its object) and stopped on a manager thread of
-// its own after UnloadSystemAbility (OnIdle, then OnStop when it consents). Requests that come
-// while an ability starts or stops wait for that to end; concurrent first requests start it once.
-// No callback of an ability or of the host runs under the manager's lock.
+// a reason) and stopped on a manager thread of its own after UnloadSystemAbility (OnIdle, then
+// OnStop when it consents). Requests that come while an ability starts or stops wait for that to
+// end; concurrent first requests start it once. No callback of an ability or of the host runs
+// under the manager's lock.
+//
+// An ability is handed out only whole: not before the loader that brought its library has returned
+// (the library registers the ability from one static initialiser while others may still run), and
+// not before its OnStart has returned (it publishes early, then starts its modules). A request run
+// through UseSystemAbility also keeps the ability from idling, stopping and having its library
+// unloaded until the request has returned.
 class SystemAbilityManager : public ISystemAbilityManager {
 public:
     // Called without the manager's lock for an id that nothing is registered under: the daemon
     // loads the ability's library there, whose static initialiser registers the ability; the
-    // manager then starts it. One loader call at a time per id.
+    // manager starts it once the loader has returned. One loader call at a time per id.
     using Loader = std::function<void(int32_t systemAbilityId)>;
     // Called on the unloading thread after an ability's OnStop, before waiting requests may start it
-    // again: the daemon unloads the library there (which may unregister the ability).
+    // again and while no request runs in it: the daemon unloads the library there (which may
+    // unregister the ability).
     using StopListener = std::function<void(int32_t systemAbilityId)>;
 
     static SystemAbilityManager& GetInstance();
@@ -51,7 +57,8 @@ public:
     // Registered but stopped abilities are started (reason INTERFACE_CALL); null when there is no
     // such ability or it does not start.
     sptr<IRemoteObject> GetSystemAbility(int32_t systemAbilityId) override;
-    // The object of a running ability or an added object; never starts anything.
+    // The object of a running ability (OnStart has returned, OnIdle has not begun) or an added
+    // object; never starts anything.
     sptr<IRemoteObject> CheckSystemAbility(int32_t systemAbilityId) override;
     int32_t AddSystemAbility(int32_t systemAbilityId, const sptr<IRemoteObject>& ability,
         const SAExtraProp& extraProp = SAExtraProp()) override;
@@ -66,6 +73,16 @@ public:
     sptr<IRemoteObject> AsObject() override { return nullptr; }
 
     // Host controls.
+
+    // Runs `use` on the calling thread with the object of the ability, loading its library and
+    // starting it first when needed (reason INTERFACE_CALL), as GetSystemAbility does. While `use`
+    // runs the ability is not idled, stopped or unloaded: an unload waits for every use under way
+    // (a use may still cancel it with CancelIdle), and a use that comes while the ability idles or
+    // stops waits for that to end and starts it again. 0 when `use` ran; a SAM_ERR_* result
+    // otherwise, when `timeout` passed or the ability cannot be started. `use` must not ask for a
+    // second use of the same ability: an unload may be waiting for the first.
+    int32_t UseSystemAbility(int32_t systemAbilityId, std::chrono::milliseconds timeout,
+        const std::function<void(IRemoteObject& object)>& use);
 
     // Starts a stopped ability for `reason` (for example a common event) on the calling thread, as
     // GetSystemAbility does for an interface call; the object of a running ability is returned
@@ -91,7 +108,10 @@ public:
 private:
     friend class OHOS::SystemAbility;
 
-    enum class State { STOPPED, STARTING, RUNNING, UNLOAD_PENDING, IDLING, STOPPING };
+    // RUNNING and UNLOAD_PENDING serve; DRAINING (the unloading thread waits for the uses under way)
+    // serves plain look-ups but no new use; STARTING, IDLING and STOPPING serve only the thread
+    // running the callback.
+    enum class State { STOPPED, STARTING, RUNNING, UNLOAD_PENDING, DRAINING, IDLING, STOPPING };
     struct Entry {
         SystemAbility* ability = nullptr;  // null for an added object
         sptr<IRemoteObject> object;
@@ -107,8 +127,10 @@ private:
     using Released = std::vector<sptr<IRemoteObject>>;
 
     SystemAbilityManager();
+    // The object of the ability, started when needed. With `use`, the ability's use count is
+    // taken as well (and DRAINING waits).
     Acquired Acquire(int32_t systemAbilityId, const SystemAbilityOnDemandReason& reason,
-        std::chrono::steady_clock::time_point deadline);
+        std::chrono::steady_clock::time_point deadline, bool use = false);
     Acquired Start(std::unique_lock<std::mutex>& lock, int32_t systemAbilityId,
         const SystemAbilityOnDemandReason& reason, Released& released);
     void UnloadLoop();
@@ -131,7 +153,8 @@ private:
     std::condition_variable changed_;      // any entry changed state, or a loader call ended
     std::condition_variable unloadReady_;  // the unloading thread has work
     std::map<int32_t, Entry> entries_;
-    std::set<int32_t> loading_;
+    std::map<int32_t, std::thread::id> loading_;  // ids whose loader runs, and on which thread
+    std::map<int32_t, int> uses_;                  // uses under way per id (UseSystemAbility)
     std::deque<int32_t> unloadQueue_;
     bool holdUnloads_ = false;
     bool unloading_ = false;  // the unloading thread is inside one unload
