@@ -90,14 +90,10 @@ void AbilityHost::Unload(int32_t abilityId)
     }
     library.handle = nullptr;
     ++library.unloads;
-    // Each load runs the ability's start on whichever IPC thread asked first, and glibc gives each
-    // thread an arena of its own: the memory the library and its stores freed at unload stays in
-    // those arenas, spread over as many as there are IPC threads, and the resident size grew by
-    // about 150 kB per reload until every arena held its share (some 2 MB over the first twenty
-    // cycles, then a slow creep from fragmentation). Nothing leaks (with a single arena the size
-    // is flat after the first load); giving the free pages back after each unload keeps the
-    // resident size at its figure after the first load. Unloads are rare, and the trim costs
-    // about a millisecond.
+    // The library's memory went back to the allocator; giving its free pages back to the system
+    // is what makes an unload worth having (some 600 kB here, the same after every cycle). The
+    // manager loads and starts abilities on one thread, so that memory sits in one arena, not
+    // spread over the IPC threads'. The trim takes some tens of microseconds, and unloads are rare.
     malloc_trim(0);
     // A library the dynamic linker keeps (it holds unique symbols, or another object uses it) is
     // still there: its ability object stays registered and is simply started again.

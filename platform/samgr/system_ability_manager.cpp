@@ -144,6 +144,32 @@ sptr<IRemoteObject> SystemAbilityManager::StartAbility(
     return Acquire(systemAbilityId, reason, std::chrono::steady_clock::now() + GET_WAIT).object;
 }
 
+bool SystemAbilityManager::RunOnLifecycleThread(std::unique_lock<std::mutex>& lock,
+    std::chrono::steady_clock::time_point deadline, Released& released, Job job)
+{
+    if (std::this_thread::get_id() == lifecycleId_) {
+        job(lock, released);  // a callback asking for another ability: started in its turn
+        return true;
+    }
+    auto done = std::make_shared<bool>(false);
+    jobs_.push_back([job = std::move(job), done](std::unique_lock<std::mutex>& jobLock, Released& jobReleased) {
+        job(jobLock, jobReleased);
+        *done = true;
+    });
+    StartLifecycleThread();
+    work_.notify_all();
+    // The job holds all it needs: a caller that stops waiting leaves it to finish on its own.
+    return changed_.wait_until(lock, deadline, [&done] { return *done; });
+}
+
+void SystemAbilityManager::StartLifecycleThread()
+{
+    if (!lifecycleThread_.joinable()) {
+        lifecycleThread_ = std::thread([this] { LifecycleLoop(); });
+        lifecycleId_ = lifecycleThread_.get_id();
+    }
+}
+
 SystemAbilityManager::Acquired SystemAbilityManager::Acquire(int32_t systemAbilityId,
     const SystemAbilityOnDemandReason& reason, std::chrono::steady_clock::time_point deadline, bool use)
 {
@@ -154,30 +180,33 @@ SystemAbilityManager::Acquired SystemAbilityManager::Acquire(int32_t systemAbili
         // While the loader runs, the library's static initialisers run: one of them registers the
         // ability, and those after it (tables, log tags, other objects the ability uses) may not
         // have run yet. Nothing is started or handed out until the loader has returned.
-        const auto loading = loading_.find(systemAbilityId);
-        if (loading != loading_.end() && loading->second == self) {
-            return {SAM_ERR_NOT_RUNNING, nullptr};  // a static initialiser asking for its own ability
-        }
-        Entry* entry = loading == loading_.end() ? FindEntry(systemAbilityId) : nullptr;
-        if (loading == loading_.end() && entry == nullptr) {
+        if (loading_.count(systemAbilityId) != 0) {
+            if (self == lifecycleId_) {
+                return {SAM_ERR_NOT_RUNNING, nullptr};  // a static initialiser asking for its own ability
+            }
+        } else if (Entry* entry = FindEntry(systemAbilityId); entry == nullptr) {
             if (!loader_) {
                 return {SAM_ERR_NO_SUCH_ABILITY, nullptr};
             }
             // The loader registers the ability from the library's static initialiser, which takes
             // this lock: it runs unlocked, and other first requests wait for it.
-            loading_[systemAbilityId] = self;
-            const Loader loader = loader_;
-            lock.unlock();
-            loader(systemAbilityId);
-            lock.lock();
-            loading_.erase(systemAbilityId);
-            changed_.notify_all();
+            loading_.insert(systemAbilityId);
+            const bool loaded = RunOnLifecycleThread(lock, deadline, released,
+                [this, systemAbilityId, loader = loader_](std::unique_lock<std::mutex>& jobLock, Released&) {
+                    jobLock.unlock();
+                    loader(systemAbilityId);
+                    jobLock.lock();
+                    loading_.erase(systemAbilityId);
+                    changed_.notify_all();
+                });
+            if (!loaded) {
+                return {SAM_ERR_TIMED_OUT, nullptr};
+            }
             if (FindEntry(systemAbilityId) == nullptr) {
                 return {SAM_ERR_NO_SUCH_ABILITY, nullptr};  // the library did not load or register
             }
             continue;
-        }
-        if (entry != nullptr) {
+        } else {
             const bool ownThread = entry->busyThread == self;
             switch (entry->state) {
                 case State::RUNNING:
@@ -192,9 +221,18 @@ SystemAbilityManager::Acquired SystemAbilityManager::Acquire(int32_t systemAbili
                     }
                     break;  // the uses under way end, then it idles: a new use waits for the unload
                 case State::STOPPED: {
-                    Acquired started = Start(lock, systemAbilityId, reason, released);
-                    if (started.result != 0 || !use) {
-                        return started;
+                    entry->state = State::STARTING;  // later requests wait for this start
+                    auto outcome = std::make_shared<Acquired>(Acquired{SAM_ERR_START_FAILED, nullptr});
+                    const bool ran = RunOnLifecycleThread(lock, deadline, released,
+                        [this, systemAbilityId, ability = entry->ability, reason, outcome](
+                            std::unique_lock<std::mutex>& jobLock, Released& jobReleased) {
+                            *outcome = Start(jobLock, systemAbilityId, ability, reason, jobReleased);
+                        });
+                    if (!ran) {
+                        return {SAM_ERR_TIMED_OUT, nullptr};
+                    }
+                    if (outcome->result != 0 || !use) {
+                        return *outcome;
                     }
                     continue;  // taken as a use like any other, unless an unload came first
                 }
@@ -237,17 +275,26 @@ int32_t SystemAbilityManager::UseSystemAbility(int32_t systemAbilityId, std::chr
     auto it = uses_.find(systemAbilityId);
     if (it != uses_.end() && --it->second <= 0) {
         uses_.erase(it);
-        changed_.notify_all();  // an unload may wait for the last use
+        // An unload that found this ability in use goes on now.
+        const Entry* entry = FindEntry(systemAbilityId);
+        if (entry != nullptr && entry->state == State::DRAINING) {
+            unloadQueue_.push_back(systemAbilityId);
+            work_.notify_all();
+        }
+        changed_.notify_all();
     }
     return ran ? 0 : SAM_ERR_NOT_RUNNING;
 }
 
 SystemAbilityManager::Acquired SystemAbilityManager::Start(std::unique_lock<std::mutex>& lock, int32_t systemAbilityId,
-    const SystemAbilityOnDemandReason& reason, Released& released)
+    SystemAbility* ability, const SystemAbilityOnDemandReason& reason, Released& released)
 {
     Entry* entry = FindEntry(systemAbilityId);
-    SystemAbility* ability = entry->ability;
-    entry->state = State::STARTING;
+    if (entry == nullptr || entry->ability != ability || entry->state != State::STARTING) {
+        EndBusy(systemAbilityId, ability, released);  // unregistered or replaced before its turn
+        changed_.notify_all();
+        return {SAM_ERR_START_FAILED, nullptr};
+    }
     entry->busyThread = std::this_thread::get_id();
     lock.unlock();
     HiLogPrint(LOG_CORE, LOG_INFO, LOG_DOMAIN, LOG_TAG, "start SA %{public}d, reason %{public}s", systemAbilityId,
@@ -289,27 +336,33 @@ int32_t SystemAbilityManager::UnloadSystemAbility(int32_t systemAbilityId)
     unloadQueue_.push_back(systemAbilityId);
     // The caller is often the ability's own timer thread, which its OnStop may wait for: the unload
     // never runs on the caller's thread.
-    if (!unloadThread_.joinable()) {
-        unloadThread_ = std::thread([this] { UnloadLoop(); });
-    }
-    unloadReady_.notify_all();
+    StartLifecycleThread();
+    work_.notify_all();
     return 0;
 }
 
-void SystemAbilityManager::UnloadLoop()
+void SystemAbilityManager::LifecycleLoop()
 {
     std::unique_lock<std::mutex> lock(mutex_);
     for (;;) {
-        unloadReady_.wait(lock, [this] { return !unloadQueue_.empty() && !holdUnloads_; });
-        const int32_t systemAbilityId = unloadQueue_.front();
-        unloadQueue_.pop_front();
-        unloading_ = true;
+        work_.wait(lock, [this] { return !jobs_.empty() || (!unloadQueue_.empty() && !holdUnloads_); });
+        busy_ = true;
         Released released;
-        Unload(lock, systemAbilityId, released);
+        Job job;
+        if (!jobs_.empty()) {  // loads and starts go first: requests wait for them
+            job = std::move(jobs_.front());
+            jobs_.pop_front();
+            job(lock, released);
+        } else {
+            const int32_t systemAbilityId = unloadQueue_.front();
+            unloadQueue_.pop_front();
+            Unload(lock, systemAbilityId, released);
+        }
         lock.unlock();
+        job = nullptr;  // its captures (the loader) may call in
         released.clear();
         lock.lock();
-        unloading_ = false;
+        busy_ = false;
         changed_.notify_all();
     }
 }
@@ -317,32 +370,20 @@ void SystemAbilityManager::UnloadLoop()
 void SystemAbilityManager::Unload(std::unique_lock<std::mutex>& lock, int32_t systemAbilityId, Released& released)
 {
     Entry* entry = FindEntry(systemAbilityId);
-    if (entry == nullptr || entry->state != State::UNLOAD_PENDING) {
+    if (entry == nullptr || (entry->state != State::UNLOAD_PENDING && entry->state != State::DRAINING)) {
         return;  // cancelled, or unregistered meanwhile
     }
+    if (uses_.count(systemAbilityId) != 0) {
+        // Uses under way run to their end before OnIdle: neither OnStop nor the library's unload
+        // may pull the ability from under a request. The last of them queues the unload again; a
+        // use may still cancel it meanwhile. The thread does not wait here: a use may be waiting
+        // for it to start another ability.
+        entry->state = State::DRAINING;
+        return;
+    }
     SystemAbility* ability = entry->ability;
-    entry->state = State::DRAINING;
-    entry->busyThread = std::this_thread::get_id();
-    // Uses under way run to their end before OnIdle: neither OnStop nor the library's unload may
-    // pull the ability from under a request. A use may still cancel the unload meanwhile.
-    changed_.wait(lock, [this, systemAbilityId, ability] {
-        const Entry* current = FindEntry(systemAbilityId);
-        return current == nullptr || current->ability != ability || current->state != State::DRAINING ||
-               uses_.count(systemAbilityId) == 0;
-    });
-    entry = FindEntry(systemAbilityId);
-    if (entry == nullptr || entry->ability != ability) {
-        EndBusy(systemAbilityId, ability, released);
-        return;
-    }
-    if (entry->state != State::DRAINING) {
-        // Cancelled (CancelIdle) while the uses ran; a newer unload request, if any, is queued.
-        if (entry->busyThread == std::this_thread::get_id()) {
-            entry->busyThread = std::thread::id();
-        }
-        return;
-    }
     entry->state = State::IDLING;
+    entry->busyThread = std::this_thread::get_id();
     const SystemAbilityOnDemandReason reason = InterfaceCall();
     changed_.notify_all();
     lock.unlock();
@@ -440,8 +481,7 @@ void SystemAbilityManager::UnregisterLocked(int32_t systemAbilityId, Released& r
     }
     Entry& entry = it->second;
     Release(entry.object, released);
-    if (entry.state == State::STARTING || entry.state == State::DRAINING || entry.state == State::IDLING ||
-        entry.state == State::STOPPING) {
+    if (entry.state == State::STARTING || entry.state == State::IDLING || entry.state == State::STOPPING) {
         entry.ability = nullptr;  // the busy thread drops the entry when it is done
     } else {
         entries_.erase(it);
@@ -513,13 +553,22 @@ void SystemAbilityManager::HoldUnloads(bool hold)
 {
     std::lock_guard<std::mutex> lock(mutex_);
     holdUnloads_ = hold;
-    unloadReady_.notify_all();
+    work_.notify_all();
+}
+
+bool SystemAbilityManager::Settled() const
+{
+    if (!jobs_.empty() || !unloadQueue_.empty() || busy_) {
+        return false;
+    }
+    return std::none_of(entries_.begin(), entries_.end(),
+        [](const auto& item) { return item.second.state == State::DRAINING; });
 }
 
 bool SystemAbilityManager::WaitForUnloads(std::chrono::milliseconds timeout)
 {
     std::unique_lock<std::mutex> lock(mutex_);
-    return changed_.wait_for(lock, timeout, [this] { return unloadQueue_.empty() && !unloading_; });
+    return changed_.wait_for(lock, timeout, [this] { return Settled(); });
 }
 
 void SystemAbilityManager::Reset()
@@ -529,8 +578,8 @@ void SystemAbilityManager::Reset()
     StopListener listener;
     std::unique_lock<std::mutex> lock(mutex_);
     holdUnloads_ = false;
-    unloadReady_.notify_all();
-    changed_.wait(lock, [this] { return unloadQueue_.empty() && !unloading_; });
+    work_.notify_all();
+    changed_.wait(lock, [this] { return Settled(); });
     for (auto& [id, entry] : entries_) {
         Release(entry.object, released);
     }
