@@ -31,6 +31,12 @@ std::atomic<bool> g_initialised{false};
 // Between OnStart's return and OnStop's beginning.
 std::atomic<bool> g_started{false};
 std::atomic<int32_t> g_outOfTurn{0};
+std::atomic<int> g_lifecycleDelayMs{0};
+
+void LifecycleDelay()
+{
+    std::this_thread::sleep_for(std::chrono::milliseconds(g_lifecycleDelayMs.load()));
+}
 
 void CheckTurn(bool request)
 {
@@ -86,12 +92,14 @@ protected:
     {
         CheckTurn(false);
         Publish(this);
+        LifecycleDelay();
         g_started.store(true);
     }
     void OnStop() override
     {
         g_started.store(false);
         runner_.Cancel();
+        LifecycleDelay();
     }
 
 private:
@@ -116,8 +124,8 @@ const bool REGISTERED = OHOS::SystemAbility::MakeAndRegisterAbility(&g_ability);
 
 // The last initialiser, after the registration, as a library's other tables and objects are.
 const bool INITIALISED = [] {
-    const int delayMs = std::atoi(OHOS::system::GetParameter(INIT_DELAY_PARAMETER, "0").c_str());
-    std::this_thread::sleep_for(std::chrono::milliseconds(delayMs));
+    g_lifecycleDelayMs.store(std::atoi(OHOS::system::GetParameter(LIFECYCLE_DELAY_PARAMETER, "0").c_str()));
+    LifecycleDelay();
     g_initialised.store(true);
     return true;
 }();

@@ -28,9 +28,10 @@ enum Code : uint32_t {
     LOAD_REPORT = 4,
 };
 
-// A parameter read by the library's last static initialiser: it sleeps that many milliseconds (0
-// when unset), so that a load stays half done for a while after the ability has registered.
-constexpr const char* INIT_DELAY_PARAMETER = "asp.test.echo.init_delay_ms";
+// A parameter read by the library's last static initialiser: that initialiser, OnStart (after it
+// has published the ability) and OnStop each take that many milliseconds (0 when unset), so that a
+// load, a start and a stop each stay half done for a while.
+constexpr const char* LIFECYCLE_DELAY_PARAMETER = "asp.test.echo.lifecycle_delay_ms";
 
 }  // namespace AspTest::Echo
 
