@@ -214,7 +214,7 @@ SystemAbilityManager::Acquired SystemAbilityManager::Acquire(int32_t systemAbili
                     if (use) {
                         ++uses_[systemAbilityId];
                     }
-                    return {0, entry->object};
+                    return {0, entry->object, use};
                 case State::DRAINING:
                     if (!use) {
                         return {0, entry->object};
@@ -270,6 +270,9 @@ int32_t SystemAbilityManager::UseSystemAbility(int32_t systemAbilityId, std::chr
     if (ran) {
         use(*acquired.object);
         acquired.object = nullptr;  // released while the library is surely there
+    }
+    if (!acquired.counted) {
+        return ran ? 0 : SAM_ERR_NOT_RUNNING;  // OnStart using its own ability
     }
     std::lock_guard<std::mutex> lock(mutex_);
     auto it = uses_.find(systemAbilityId);
