@@ -43,53 +43,68 @@ bool AbilityHost::Serves(int32_t abilityId) const
     return libraries_.count(abilityId) != 0;
 }
 
+// The manager calls Load and Unload on its lifecycle thread, never two at a time for one id: the
+// table's lock is not held across dlopen and dlclose, so that status requests do not wait for a
+// library's initialisers. The table's entries stay where they are (Bind comes before Install).
 void AbilityHost::Load(int32_t abilityId)
 {
-    std::lock_guard<std::mutex> lock(mutex_);
-    auto it = libraries_.find(abilityId);
-    if (it == libraries_.end()) {
-        return;  // not ours: the manager answers that there is no such ability
+    Library* library = nullptr;
+    std::string path;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        auto it = libraries_.find(abilityId);
+        if (it == libraries_.end()) {
+            return;  // not ours: the manager answers that there is no such ability
+        }
+        if (it->second.handle != nullptr) {
+            // Still mapped: the library stayed resident after its last unload, so its static
+            // initialisers will not run again. The manager restarts the ability it knows.
+            return;
+        }
+        library = &it->second;
+        path = library->path;
     }
-    Library& library = it->second;
-    if (library.handle != nullptr) {
-        // Still mapped: the library stayed resident after its last unload, so its static
-        // initialisers will not run again. The manager restarts the ability it knows.
-        return;
-    }
-    HOSTD_LOGI("loading SA %{public}d from %{public}s", abilityId, library.path.c_str());
+    HOSTD_LOGI("loading SA %{public}d from %{public}s", abilityId, path.c_str());
     dlerror();
-    library.handle = dlopen(library.path.c_str(), RTLD_NOW | RTLD_LOCAL);
-    if (library.handle == nullptr) {
-        const char* error = dlerror();
-        library.lastLoadError = error != nullptr ? error : "unknown error";
-        HOSTD_LOGE("cannot load SA %{public}d: %{public}s", abilityId, library.lastLoadError.c_str());
+    void* handle = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+    const char* error = handle == nullptr ? dlerror() : nullptr;
+    std::lock_guard<std::mutex> lock(mutex_);
+    if (handle == nullptr) {
+        library->lastLoadError = error != nullptr ? error : "unknown error";
+        HOSTD_LOGE("cannot load SA %{public}d: %{public}s", abilityId, library->lastLoadError.c_str());
         return;
     }
-    ++library.loads;
-    library.lastLoadError.clear();
-    HOSTD_LOGI("SA %{public}d loaded (load %{public}u)", abilityId, library.loads);
+    library->handle = handle;
+    ++library->loads;
+    library->lastLoadError.clear();
+    HOSTD_LOGI("SA %{public}d loaded (load %{public}u)", abilityId, library->loads);
 }
 
 void AbilityHost::Unload(int32_t abilityId)
 {
     // The manager calls this hook once the requests that were using the ability have returned and
     // its OnStop has run; those that come now wait for the manager, which waits for this hook.
-    std::lock_guard<std::mutex> lock(mutex_);
-    auto it = libraries_.find(abilityId);
-    if (it == libraries_.end() || it->second.handle == nullptr) {
-        return;
+    Library* library = nullptr;
+    void* handle = nullptr;
+    std::string path;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        auto it = libraries_.find(abilityId);
+        if (it == libraries_.end() || it->second.handle == nullptr) {
+            return;
+        }
+        if (shuttingDown_) {
+            HOSTD_LOGI("SA %{public}d stopped", abilityId);
+            return;
+        }
+        library = &it->second;
+        handle = library->handle;
+        path = library->path;
     }
-    Library& library = it->second;
-    if (shuttingDown_) {
-        HOSTD_LOGI("SA %{public}d stopped", abilityId);
-        return;
-    }
-    if (dlclose(library.handle) != 0) {
+    if (dlclose(handle) != 0) {
         const char* error = dlerror();
         HOSTD_LOGE("cannot unload SA %{public}d: %{public}s", abilityId, error != nullptr ? error : "unknown error");
     }
-    library.handle = nullptr;
-    ++library.unloads;
     // The library's memory went back to the allocator; giving its free pages back to the system
     // is what makes an unload worth having (some 600 kB here, the same after every cycle). The
     // manager loads and starts abilities on one thread, so that memory sits in one arena, not
@@ -97,9 +112,13 @@ void AbilityHost::Unload(int32_t abilityId)
     malloc_trim(0);
     // A library the dynamic linker keeps (it holds unique symbols, or another object uses it) is
     // still there: its ability object stays registered and is simply started again.
-    void* resident = dlopen(library.path.c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NOLOAD);
+    void* resident = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NOLOAD);
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        library->handle = resident;
+        ++library->unloads;
+    }
     if (resident != nullptr) {
-        library.handle = resident;
         HOSTD_LOGW("SA %{public}d stopped; its library stays resident", abilityId);
         return;
     }

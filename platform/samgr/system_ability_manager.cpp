@@ -190,19 +190,23 @@ SystemAbilityManager::Acquired SystemAbilityManager::Acquire(int32_t systemAbili
             }
             // The loader registers the ability from the library's static initialiser, which takes
             // this lock: it runs unlocked, and other first requests wait for it.
+            // What happened is judged by the job itself: by the time this thread runs again, the
+            // ability may have been started, used and unloaded by others.
             loading_.insert(systemAbilityId);
+            auto registered = std::make_shared<bool>(false);
             const bool loaded = RunOnLifecycleThread(lock, deadline, released,
-                [this, systemAbilityId, loader = loader_](std::unique_lock<std::mutex>& jobLock, Released&) {
+                [this, systemAbilityId, loader = loader_, registered](std::unique_lock<std::mutex>& jobLock, Released&) {
                     jobLock.unlock();
                     loader(systemAbilityId);
                     jobLock.lock();
                     loading_.erase(systemAbilityId);
+                    *registered = FindEntry(systemAbilityId) != nullptr;
                     changed_.notify_all();
                 });
             if (!loaded) {
                 return {SAM_ERR_TIMED_OUT, nullptr};
             }
-            if (FindEntry(systemAbilityId) == nullptr) {
+            if (!*registered) {
                 return {SAM_ERR_NO_SUCH_ABILITY, nullptr};  // the library did not load or register
             }
             continue;
@@ -222,19 +226,22 @@ SystemAbilityManager::Acquired SystemAbilityManager::Acquire(int32_t systemAbili
                     break;  // the uses under way end, then it idles: a new use waits for the unload
                 case State::STOPPED: {
                     entry->state = State::STARTING;  // later requests wait for this start
-                    auto outcome = std::make_shared<Acquired>(Acquired{SAM_ERR_START_FAILED, nullptr});
+                    // Only the start's result comes back, never its object: this thread may run
+                    // again only after others have used the ability and unloaded its library, and
+                    // a reference it still held would then point into unmapped memory.
+                    auto result = std::make_shared<int32_t>(SAM_ERR_START_FAILED);
                     const bool ran = RunOnLifecycleThread(lock, deadline, released,
-                        [this, systemAbilityId, ability = entry->ability, reason, outcome](
+                        [this, systemAbilityId, ability = entry->ability, reason, result](
                             std::unique_lock<std::mutex>& jobLock, Released& jobReleased) {
-                            *outcome = Start(jobLock, systemAbilityId, ability, reason, jobReleased);
+                            *result = Start(jobLock, systemAbilityId, ability, reason, jobReleased).result;
                         });
                     if (!ran) {
                         return {SAM_ERR_TIMED_OUT, nullptr};
                     }
-                    if (outcome->result != 0 || !use) {
-                        return *outcome;
+                    if (*result != 0) {
+                        return {*result, nullptr};
                     }
-                    continue;  // taken as a use like any other, unless an unload came first
+                    continue;  // taken like any running ability, unless an unload came first
                 }
                 case State::STARTING:
                     if (ownThread) {
