@@ -348,17 +348,23 @@ TEST_F(BundleManagerTest, FaultPointsFailDirectAndProxiedCallsAlike)
 TEST_F(BundleManagerTest, ListenerHearsInstallsAndUsersAndMayCallBack)
 {
     std::vector<std::string> heard;
-    Bms().SetListener([&heard](AppExecFwk::Host::BundleChange change, const std::string& name, int32_t userId) {
-        // Called outside the manager's lock: reading back must not dead-lock.
-        const bool present = Bms().FindBundle(name, userId).has_value();
-        heard.push_back(std::to_string(static_cast<int>(change)) + ":" + name + ":" + std::to_string(userId) + ":" +
-                        (present ? "present" : "absent"));
+    Bms().SetListener([&heard](const AppExecFwk::Host::BundleEvent& event) {
+        // Called outside the manager's lock: reading back must not dead-lock. An installation is
+        // offered before it is visible, with its token made.
+        const std::string name = event.bundle == nullptr ? std::string() : event.bundle->bundleName;
+        const bool present = Bms().FindBundle(name, event.userId).has_value();
+        const bool token = event.bundle != nullptr &&
+                           AccessTokenKit::GetTokenType(event.bundle->tokenId) == AT::TOKEN_HAP;
+        heard.push_back(std::to_string(static_cast<int>(event.change)) + ":" + name + ":" +
+                        std::to_string(event.userId) + ":" + (present ? "present" : "absent") +
+                        (token ? "+token" : ""));
+        return true;
     });
     ASSERT_TRUE(Bms().AddUser(101));
     Install("com.example.a", 101);
     ASSERT_TRUE(Bms().RemoveUser(101));
     const std::vector<std::string> expected = {
-        "2::101:absent", "0:com.example.a:101:present", "1:com.example.a:101:absent", "3::101:absent"};
+        "2::101:absent", "0:com.example.a:101:absent+token", "1:com.example.a:101:absent", "3::101:absent"};
     EXPECT_EQ(heard, expected);
 }
 
