@@ -5,7 +5,6 @@
 #include <filesystem>
 #include <limits>
 #include <mutex>
-#include <optional>
 #include <utility>
 
 #include <sqlite3.h>
@@ -111,18 +110,8 @@ int Run(DeviceSqlite& db, const char* sql, const std::function<void(DeviceSqlite
 
 // --- Rows -----------------------------------------------------------------------------------
 
-// Each row writer is a fault point ("DeviceDatabase::WriteToken", ...): an armed fault's code is
-// answered as SQLite's would be, so that a test can fail any write of a transaction.
-std::optional<int> Fault(const char* point)
-{
-    return FaultInjection::Take(point);
-}
-
 int WriteToken(DeviceSqlite& db, const TokenRecord& token, DeviceSqlite::Statement& insertPermission)
 {
-    if (const auto fault = Fault("DeviceDatabase::WriteToken")) {
-        return *fault;
-    }
     int code = Run(db, UPSERT_TOKEN, [&token](DeviceSqlite::Statement& s) {
         s.Bind(1, static_cast<int64_t>(token.tokenId)).Bind(2, static_cast<int64_t>(token.type));
         s.Bind(3, token.bundleName).Bind(4, token.userId).Bind(5, token.instIndex).Bind(6, token.apiVersion);
@@ -144,8 +133,12 @@ int WriteToken(DeviceSqlite& db, const TokenRecord& token, DeviceSqlite::Stateme
 }
 
 // The token's records go with it, as the services drop them when its application is uninstalled.
+// A fault point, as WriteBundle is: the second write of an uninstallation.
 int DeleteToken(DeviceSqlite& db, AccessTokenID tokenId)
 {
+    if (const auto fault = FaultInjection::Take("DeviceDatabase::DeleteToken")) {
+        return *fault;
+    }
     int code = SQLITE_OK;
     for (const char* sql : {"DELETE FROM tokens WHERE token_id = ?1",
              "DELETE FROM token_permissions WHERE token_id = ?1", "DELETE FROM usage_records WHERE token_id = ?1"}) {
@@ -156,9 +149,11 @@ int DeleteToken(DeviceSqlite& db, AccessTokenID tokenId)
     return code;
 }
 
+// A fault point ("DeviceDatabase::WriteBundle": an armed code is answered as SQLite's would be),
+// so that a test can fail the second write of an installation.
 int WriteBundle(DeviceSqlite& db, const InstalledBundle& bundle)
 {
-    if (const auto fault = Fault("DeviceDatabase::WriteBundle")) {
+    if (const auto fault = FaultInjection::Take("DeviceDatabase::WriteBundle")) {
         return *fault;
     }
     return Run(db, UPSERT_BUNDLE, [&bundle](DeviceSqlite::Statement& s) {
@@ -185,9 +180,6 @@ int WriteDisposed(DeviceSqlite& db, const DisposedStatus& status)
 
 int WriteRecord(const UsageRecord& record, DeviceSqlite::Statement& insert)
 {
-    if (const auto fault = Fault("DeviceDatabase::WriteRecord")) {
-        return *fault;
-    }
     insert.Bind(1, static_cast<int64_t>(record.tokenId)).Bind(2, record.permissionName).Bind(3, record.timestamp);
     insert.Bind(4, record.status).Bind(5, record.lockScreenStatus).Bind(6, static_cast<int64_t>(record.type));
     insert.Bind(7, record.successCount).Bind(8, record.failCount).Bind(9, record.accessDuration);

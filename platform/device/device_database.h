@@ -18,8 +18,9 @@
  * fails is rolled back, counted and logged, and its change stays in memory only. One database at
  * a time is attached in a process.
  *
- * Every row writer is a fault point for tests: "DeviceDatabase::WriteToken", "::WriteBundle",
- * "::WriteRecord" (an armed code fails that write, and so its transaction).
+ * Fault points for tests: "DeviceDatabase::WriteBundle" and "DeviceDatabase::DeleteToken" (an
+ * armed code fails that write, and so its transaction: the second write of an installation and of
+ * an uninstallation).
  *
  * Known limits, by what the services tell their listeners: records that PrivacyRecordService
  * removes by itself (RemoveRecordsOfToken, ClearRecords) stay in the file until their token is

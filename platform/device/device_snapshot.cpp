@@ -197,10 +197,20 @@ DeviceResult DeviceSnapshot::Validate() const
     }
 
     for (size_t i = 0; i < records.size(); ++i) {
-        const auto it = tokenById.find(records[i].tokenId);
+        const auto& record = records[i];
+        const auto it = tokenById.find(record.tokenId);
         if (it == tokenById.end() || it->second->type != TOKEN_HAP) {
-            return Refused("usage record " + std::to_string(i) + ": " + TokenText(records[i].tokenId) +
+            return Refused("usage record " + std::to_string(i) + ": " + TokenText(record.tokenId) +
                            " is not an application token of the device");
+        }
+        using namespace Security::AccessToken;
+        if ((record.status != PERM_ACTIVE_IN_FOREGROUND && record.status != PERM_ACTIVE_IN_BACKGROUND) ||
+            (record.lockScreenStatus != PERM_ACTIVE_IN_UNLOCKED && record.lockScreenStatus != PERM_ACTIVE_IN_LOCKED) ||
+            record.type < NORMAL_TYPE || record.type >= PERM_USED_TYPE_BUTT || record.successCount < 0 ||
+            record.failCount < 0 || record.timestamp < 0 || record.timestamp > Security::AccessToken::Host::MAX_TIME_MS ||
+            record.accessDuration < 0 || record.accessDuration > Security::AccessToken::Host::MAX_TIME_MS) {
+            return Refused("usage record " + std::to_string(i) + " of " + TokenText(record.tokenId) +
+                           ": a state, type, count, time or duration out of its range");
         }
     }
     for (const auto& status : disposedStatuses) {

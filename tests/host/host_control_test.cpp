@@ -13,6 +13,7 @@
 #include "parameters.h"
 #include "platform/access_token/access_token_service.h"
 #include "platform/bundle/bundle_manager_service.h"
+#include "platform/parameters/parameter_host.h"
 #include "platform/privacy/privacy_record_service.h"
 #include "tests/support/device_reset.h"
 
@@ -202,6 +203,117 @@ TEST_F(HostControlTest, ProvisioningRoundTripsAndRefusalsSayWhy)
     EXPECT_EQ(hostStatus.pid, 77);
     ASSERT_EQ(hostStatus.abilities.size(), 1U);
     EXPECT_EQ(hostStatus.abilities[0].loads, 2U);
+}
+
+TEST_F(HostControlTest, ValuesOutsideTheirRulesAreRefusedAsInvalidAndNothingIsStored)
+{
+    auto& tokens = OHOS::Security::AccessToken::Host::AccessTokenService::GetInstance();
+    auto& records = OHOS::Security::AccessToken::Host::PrivacyRecordService::GetInstance();
+    MessageParcel app;
+    Install(app, "com.e2e.cam", 100, {{"ohos.permission.CAMERA", 0, 0}});
+    ASSERT_EQ(Call(HostControlCode::INSTALL_BUNDLE, app)->result, 0);
+    const size_t tokensBefore = tokens.ListTokens().size();
+
+    const auto install = [](const std::string& name, int32_t index, const std::string& permission) {
+        auto data = std::make_shared<MessageParcel>();
+        data->WriteString(name);
+        data->WriteInt32(100);
+        data->WriteInt32(index);
+        data->WriteBool(true);
+        data->WriteString("unspecified");
+        OHOS::Host::WritePermissions(*data, {{permission, 0, 0}});
+        return data;
+    };
+    const auto parameter = [](const std::string& key, const std::string& value) {
+        auto data = std::make_shared<MessageParcel>();
+        data->WriteString(key);
+        data->WriteString(value);
+        return data;
+    };
+    const auto grant = [](const std::string& permission) {
+        auto data = std::make_shared<MessageParcel>();
+        data->WriteUint32(0);
+        data->WriteString("com.e2e.cam");
+        data->WriteInt32(100);
+        data->WriteString(permission);
+        data->WriteBool(true);
+        data->WriteUint32(0);
+        return data;
+    };
+    // One usage record (success count, app status, used type, time), alone or as the last of a bulk add.
+    const auto usage = [](MessageParcel& data, int32_t success, int32_t status, int32_t type, int64_t time) {
+        data.WriteUint32(0);
+        data.WriteString("com.e2e.cam");
+        data.WriteInt32(100);
+        data.WriteString("ohos.permission.CAMERA");
+        for (int32_t value : {success, 0, status, 1, type}) {
+            data.WriteInt32(value);
+        }
+        data.WriteInt64(time);
+        data.WriteInt64(0);
+    };
+    const auto one = [&usage](int32_t success, int32_t status, int32_t type, int64_t time) {
+        auto data = std::make_shared<MessageParcel>();
+        usage(*data, success, status, type, time);
+        return data;
+    };
+    const auto bulk = [&usage](int32_t type) {
+        auto data = std::make_shared<MessageParcel>();
+        data->WriteInt32(3);
+        usage(*data, 1, 1, 0, 0);
+        usage(*data, 2, 1, 0, 0);
+        usage(*data, 3, 1, type, 0);
+        return data;
+    };
+    const std::string camera = "ohos.permission.CAMERA";
+    const std::string huge(100 * 1024, 'a');
+    const int64_t year3170000 = 100000000000000000LL;
+    const struct {
+        const char* what;
+        HostControlCode code;
+        std::shared_ptr<MessageParcel> data;
+        const char* says;
+    } cases[] = {
+        {"a 100 KB bundle name", HostControlCode::INSTALL_BUNDLE, install(huge, -1, camera), "(102400 bytes) is not a"},
+        {"a bundle name with a space", HostControlCode::INSTALL_BUNDLE, install("com.e2e.my app", -1, camera),
+            "'com.e2e.my app' is not a bundle name"},
+        {"an unknown permission", HostControlCode::INSTALL_BUNDLE, install("com.e2e.x", -1, "ohos.permission.FLY"),
+            "unknown permission 'ohos.permission.FLY'"},
+        {"a negative index", HostControlCode::INSTALL_BUNDLE, install("com.e2e.x", -5, camera), "-5 is negative"},
+        {"the shell's index", HostControlCode::INSTALL_BUNDLE, install("com.e2e.x", 2000, camera),
+            "below the application range"},
+        {"an index past a user's uids", HostControlCode::INSTALL_BUNDLE, install("com.e2e.x", 200000, camera),
+            "does not fit"},
+        {"a 100 KB parameter key", HostControlCode::SET_PARAMETER, parameter(huge, "1"), "is not a key"},
+        {"a key with a space", HostControlCode::SET_PARAMETER, parameter("persist.my key", "1"), "is not a key"},
+        {"an empty key", HostControlCode::SET_PARAMETER, parameter("", "1"), "is not a key"},
+        {"a value too long", HostControlCode::SET_PARAMETER, parameter("persist.x", std::string(97, 'v')),
+            "has 97 bytes: at most 96"},
+        {"a grant of an unknown permission", HostControlCode::UPDATE_PERMISSION, grant("ohos.permission.FLY"),
+            "unknown permission"},
+        {"a negative count", HostControlCode::ADD_USAGE, one(-5, 1, 0, 0), "neither may be negative"},
+        {"an unknown app status", HostControlCode::ADD_USAGE, one(1, 3, 0, 0), "app status is 3"},
+        {"an unknown used type", HostControlCode::ADD_USAGE, one(1, 1, 7, 0), "used type is 7"},
+        {"a time in the year 3,170,000", HostControlCode::ADD_USAGE, one(1, 1, 0, year3170000),
+            "not that of a use that happened"},
+        {"a bulk add with a bad last record", HostControlCode::ADD_USAGES, bulk(-1), "record 2: the used type is -1"},
+    };
+    for (const auto& item : cases) {
+        SCOPED_TRACE(item.what);
+        const auto answer = Call(item.code, *item.data, OHOS::Host::SHELL_UID);
+        EXPECT_EQ(answer->result, OHOS::Host::HOST_CONTROL_INVALID_ARGUMENT) << answer->message;
+        EXPECT_THAT(answer->message, HasSubstr(item.says));
+        EXPECT_LT(answer->message.size(), 400U);
+    }
+    EXPECT_EQ(tokens.ListTokens().size(), tokensBefore);
+    EXPECT_EQ(OHOS::AppExecFwk::Host::BundleManagerService::GetInstance().ListBundles().size(), 1U);
+    EXPECT_TRUE(OHOS::system::Host::ParameterHost::Snapshot().empty());
+    EXPECT_EQ(records.RecordCount(), 0U);
+
+    // A bulk add of good records stores all of them.
+    const auto added = Call(HostControlCode::ADD_USAGES, *bulk(2));
+    EXPECT_EQ(added->result, 0) << added->message;
+    EXPECT_EQ(records.RecordCount(), 3U);
 }
 
 }  // namespace

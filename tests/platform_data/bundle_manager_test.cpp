@@ -91,7 +91,23 @@ TEST_F(BundleManagerTest, UidsAreUserTimesRangePlusOneIndexPerBundle)
         install("com.example.d", 100, -1, {{CAMERA, AT::PERMISSION_GRANTED, 0}, {CAMERA, AT::PERMISSION_DENIED, 0}}),
         ERR_BUNDLE_MANAGER_PARAM_ERROR);
     EXPECT_EQ(install("", 100, -1), ERR_BUNDLE_MANAGER_PARAM_ERROR);
+    EXPECT_EQ(install("com.example.d", 0, 2000), ERR_BUNDLE_MANAGER_PARAM_ERROR);  // the system processes' range
+    EXPECT_EQ(install("com.example.d", 100, -5), ERR_BUNDLE_MANAGER_PARAM_ERROR);
+    EXPECT_EQ(install("com.example.d", 100, -1, {{"ohos.permission.FLY", AT::PERMISSION_DENIED, 0}}),
+        ERR_BUNDLE_MANAGER_PARAM_ERROR);
     EXPECT_FALSE(Bms().FindBundle("com.example.d", 100).has_value());
+    EXPECT_FALSE(Bms().AddUser(10737));  // its uids would pass 2^31
+
+    // A system process's uid is no bundle's: an install onto it is refused, the installer's pick
+    // passes it by, and a uid resolves to its process before any bundle.
+    auto& tokens = AT::Host::AccessTokenService::GetInstance();
+    ASSERT_NE(tokens.CreateNativeToken({"sensor_service", 100 * 200000 + 10002, AT::TOKEN_NATIVE, {}, 0}), 0U);
+    EXPECT_EQ(install("com.example.d", 100, 10002), AppExecFwk::Host::ERR_HOST_BUNDLE_UID_RESERVED);
+    EXPECT_EQ(Install("com.example.d", 100).uid, 100 * 200000 + 10003);
+    const AT::AccessTokenID late = tokens.CreateNativeToken({"late_service", b100.uid, AT::TOKEN_NATIVE, {}, 0});
+    ASSERT_NE(late, 0U);
+    EXPECT_EQ(Bms().FindTokenByUid(b100.uid)->tokenId, late);
+    ASSERT_EQ(Bms().Uninstall("com.example.d", 100), ERR_OK);
 
     // Look-ups by uid, for the daemon's callers.
     const auto byUid = Bms().FindBundleByUid(101 * 200000 + 10000);
