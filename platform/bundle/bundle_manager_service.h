@@ -231,8 +231,9 @@ private:
     std::atomic<bool> presentedAsProxy_{false};
     std::atomic<bool> creatorRegistered_{false};
 
-    // The manager never calls another service while holding this lock: their listeners may call
-    // back into the manager.
+    // The manager changes no other service while holding this lock (their listeners may call back
+    // into the manager); it only reads the access-token service's process uids, which never calls
+    // back.
     mutable std::shared_mutex mutex_;
     std::set<int32_t> users_;
     std::map<Key, InstalledBundle> bundles_;
