@@ -1,6 +1,10 @@
 // The daemon's own requests, served in this process on the real platform services: who is
 // admitted, how malformed requests are answered, and how the services' refusals come back.
 
+#include <memory>
+#include <string>
+#include <tuple>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -27,6 +31,22 @@ using OHOS::Host::Daemon::HostControl;
 using OHOS::Host::Transport::ReplyFrame;
 using OHOS::Host::Transport::RequestFrame;
 using ::testing::HasSubstr;
+
+void Write(MessageParcel& data, int32_t value) { data.WriteInt32(value); }
+void Write(MessageParcel& data, uint32_t value) { data.WriteUint32(value); }
+void Write(MessageParcel& data, int64_t value) { data.WriteInt64(value); }
+void Write(MessageParcel& data, bool value) { data.WriteBool(value); }
+void Write(MessageParcel& data, const std::string& value) { data.WriteString(value); }
+void Write(MessageParcel& data, const char* value) { data.WriteString(value); }
+
+// A request parcel of the values given, each written as its type is.
+template <typename... Values>
+std::shared_ptr<MessageParcel> ParcelOf(const Values&... values)
+{
+    auto data = std::make_shared<MessageParcel>();
+    (Write(*data, values), ...);
+    return data;
+}
 
 struct Answer {
     int32_t status = -1;  // the reply frame's
@@ -214,58 +234,25 @@ TEST_F(HostControlTest, ValuesOutsideTheirRulesAreRefusedAsInvalidAndNothingIsSt
     ASSERT_EQ(Call(HostControlCode::INSTALL_BUNDLE, app)->result, 0);
     const size_t tokensBefore = tokens.ListTokens().size();
 
-    const auto install = [](const std::string& name, int32_t index, const std::string& permission) {
-        auto data = std::make_shared<MessageParcel>();
-        data->WriteString(name);
-        data->WriteInt32(100);
-        data->WriteInt32(index);
-        data->WriteBool(true);
-        data->WriteString("unspecified");
-        OHOS::Host::WritePermissions(*data, {{permission, 0, 0}});
-        return data;
-    };
-    const auto parameter = [](const std::string& key, const std::string& value) {
-        auto data = std::make_shared<MessageParcel>();
-        data->WriteString(key);
-        data->WriteString(value);
-        return data;
-    };
-    const auto grant = [](const std::string& permission) {
-        auto data = std::make_shared<MessageParcel>();
-        data->WriteUint32(0);
-        data->WriteString("com.e2e.cam");
-        data->WriteInt32(100);
-        data->WriteString(permission);
-        data->WriteBool(true);
-        data->WriteUint32(0);
-        return data;
-    };
-    // One usage record (success count, app status, used type, time), alone or as the last of a bulk add.
-    const auto usage = [](MessageParcel& data, int32_t success, int32_t status, int32_t type, int64_t time) {
-        data.WriteUint32(0);
-        data.WriteString("com.e2e.cam");
-        data.WriteInt32(100);
-        data.WriteString("ohos.permission.CAMERA");
-        for (int32_t value : {success, 0, status, 1, type}) {
-            data.WriteInt32(value);
-        }
-        data.WriteInt64(time);
-        data.WriteInt64(0);
-    };
-    const auto one = [&usage](int32_t success, int32_t status, int32_t type, int64_t time) {
-        auto data = std::make_shared<MessageParcel>();
-        usage(*data, success, status, type, time);
-        return data;
-    };
-    const auto bulk = [&usage](int32_t type) {
-        auto data = std::make_shared<MessageParcel>();
-        data->WriteInt32(3);
-        usage(*data, 1, 1, 0, 0);
-        usage(*data, 2, 1, 0, 0);
-        usage(*data, 3, 1, type, 0);
-        return data;
-    };
     const std::string camera = "ohos.permission.CAMERA";
+    const auto install = [](const std::string& name, int32_t index, const std::string& permission) {
+        return ParcelOf(name, 100, index, true, "unspecified", 1, permission, 0, 0U);
+    };
+    const auto parameter = [](const std::string& key, const std::string& value) { return ParcelOf(key, value); };
+    const auto grant = [](const std::string& permission) {
+        return ParcelOf(0U, "com.e2e.cam", 100, permission, true, 0U);
+    };
+    // A usage record (success count, app status, used type, time), alone or the third of a bulk add.
+    const auto one = [&camera](int32_t success, int32_t status, int32_t type, int64_t time) {
+        return ParcelOf(0U, "com.e2e.cam", 100, camera, success, 0, status, 1, type, time, int64_t{0});
+    };
+    const auto bulk = [&camera](int32_t type) {
+        const auto record = [&camera](int32_t success, int32_t type) {
+            return std::make_tuple(0U, "com.e2e.cam", 100, camera, success, 0, 1, 1, type, int64_t{0}, int64_t{0});
+        };
+        return std::apply([](const auto&... fields) { return ParcelOf(3, fields...); },
+            std::tuple_cat(record(1, 0), record(2, 0), record(3, type)));
+    };
     const std::string huge(100 * 1024, 'a');
     const int64_t year3170000 = 100000000000000000LL;
     const struct {
