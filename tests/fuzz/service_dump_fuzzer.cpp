@@ -116,7 +116,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 
     g_broker->SetAnswer(brokerCode, answer);
     Srv::Message::MessageBrokerProxy::GetInstance().SetBroker((options & WITH_BROKER) != 0 ? g_broker : nullptr);
-    FUZZ_CHECK(ftruncate(g_file, 0) == 0);
+    FUZZ_CHECK(ftruncate(g_file, 0) == 0 && lseek(g_file, 0, SEEK_SET) == 0);
     const bool asRoot = (options & AS_ROOT) != 0;
     int result = -1;
     {
