@@ -579,8 +579,9 @@ Bytes Text(const std::string& text)
 void WriteDumpSeeds(SeedWriter& out)
 {
     const std::string target = "service_dump";
-    out.Write(target, "by_app", DumpInput(0, "", Text("permission\nget-by-app\ncom.example.bank\n100")));
-    out.Write(target, "by_app_groups", DumpInput(0, "", Text("permission\nget-by-app\ncom.example.maps\n101\nLOCATION\nCAMERA")));
+    out.Write(target, "by_app", DumpInput(0, "", Text("permission\nget-by-app\ncom.example.camera\n100")));
+    out.Write(target, "by_app_not_installed", DumpInput(0, "", Text("permission\nget-by-app\ncom.example.bank\n100")));
+    out.Write(target, "by_app_groups", DumpInput(0, "", Text("permission\nget-by-app\ncom.example.camera\n101\nLOCATION\nCAMERA")));
     out.Write(target, "by_permission", DumpInput(0, "", Text("permission\nget-by-permission\nLOCATION\n100")));
     out.Write(target, "by_permission_named",
         DumpInput(0, "", Text("permission\nget-by-permission\nCAMERA\n100\ncom.example.camera\ncom.example.ovra.chat")));
@@ -595,7 +596,7 @@ void WriteDumpSeeds(SeedWriter& out)
         out.Write(target, std::string("module_") + (*module != '\0' ? module : "none"), DumpInput(0, "", Text(module)));
     }
     Bytes raw;
-    for (char16_t unit : OHOS::Str8ToStr16("permission\nget-by-app\ncom.example.maps\n101")) {
+    for (char16_t unit : OHOS::Str8ToStr16("permission\nget-by-app\ncom.example.camera\n101")) {
         raw.push_back(static_cast<uint8_t>(unit & 0xFFU));
         raw.push_back(static_cast<uint8_t>(unit >> 8U));
     }

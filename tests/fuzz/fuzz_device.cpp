@@ -1,5 +1,6 @@
 #include "tests/fuzz/fuzz_device.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -87,7 +88,7 @@ auto TokenKey(const OHOS::Security::AccessToken::Host::TokenRecord& t)
 auto BundleKey(const OHOS::AppExecFwk::Host::InstalledBundle& b)
 {
     return std::tie(b.bundleName, b.userId, b.appIndex, b.uid, b.appId, b.isSystemApp, b.entityType, b.versionName,
-        b.versionCode, b.apiVersion, b.appDistributionType, b.vendor, b.tokenId, b.fullTokenId, b.reqPermissions);
+        b.versionCode, b.apiVersion, b.appDistributionType, b.vendor, b.tokenId, b.fullTokenId);
 }
 
 auto RecordKey(const OHOS::Security::AccessToken::Host::UsageRecord& r)
@@ -111,6 +112,17 @@ bool SamePermissions(const std::vector<OHOS::Security::AccessToken::PermissionSt
     return true;
 }
 
+// Bundles by user and name, disposed statuses by app id and user: the order a snapshot keeps,
+// which a database's rows of mixed types may not come in.
+DeviceSnapshot Ordered(DeviceSnapshot snapshot)
+{
+    std::sort(snapshot.bundles.begin(), snapshot.bundles.end(),
+        [](const auto& a, const auto& b) { return std::tie(a.userId, a.bundleName) < std::tie(b.userId, b.bundleName); });
+    std::sort(snapshot.disposedStatuses.begin(), snapshot.disposedStatuses.end(),
+        [](const auto& a, const auto& b) { return std::tie(a.appId, a.userId) < std::tie(b.appId, b.userId); });
+    return snapshot;
+}
+
 std::string Compare(const DeviceSnapshot& now, const DeviceSnapshot& then)
 {
     if (now.users != then.users) {
@@ -120,9 +132,11 @@ std::string Compare(const DeviceSnapshot& now, const DeviceSnapshot& then)
         return "token count";
     }
     for (size_t i = 0; i < now.tokens.size(); ++i) {
-        if (TokenKey(now.tokens[i]) != TokenKey(then.tokens[i]) ||
-            !SamePermissions(now.tokens[i].permissions, then.tokens[i].permissions)) {
+        if (TokenKey(now.tokens[i]) != TokenKey(then.tokens[i])) {
             return "token " + std::to_string(then.tokens[i].tokenId);
+        }
+        if (!SamePermissions(now.tokens[i].permissions, then.tokens[i].permissions)) {
+            return "permission states of token " + std::to_string(then.tokens[i].tokenId);
         }
     }
     if (now.bundles.size() != then.bundles.size()) {
@@ -252,7 +266,7 @@ std::string FuzzDevice::Difference()
 
 std::string FuzzDevice::Difference(const DeviceSnapshot& now, const DeviceSnapshot& then)
 {
-    return Compare(now, then);
+    return Compare(Ordered(now), Ordered(then));
 }
 
 void FuzzDevice::RestoreBooted()

@@ -1,7 +1,9 @@
 /*
  * The privacy service's dump, SecurityPrivacyService::Dump, as the dump tool reaches it: any
- * arguments, from the dump tool's identity (or root's), on the embedded default device, with the
- * container's broker connected or not and answering whatever the input says.
+ * arguments, from the dump tool's identity (or root's), on the small device
+ * (FuzzDevice::SMALL_PROFILE: the default device's kinds of app, few enough that a run reaches a
+ * million inputs), with the container's broker connected or not and answering whatever the input
+ * says.
  *
  * Input: byte 0 options (bit 0: the arguments are raw UTF-16 units, not UTF-8 text; bit 1: a
  * container broker is connected; bit 2: the caller is root, not the dump tool); byte 1 the
@@ -94,7 +96,7 @@ extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/)
     // Debug lines are formatted (caller-sent strings included) but not printed.
     OHOS::HiviewDFX::Host::HiLogHost::SetStderrEnabled(false);
     OHOS::HiviewDFX::Host::HiLogHost::SetLevel(LOG_DEBUG);
-    FuzzDevice::Boot("");
+    FuzzDevice::Boot(FuzzDevice::SMALL_PROFILE);
     FuzzDevice::StartService();
     auto& tokens = OHOS::Security::AccessToken::Host::AccessTokenService::GetInstance();
     g_dumpTool = OHOS::Host::CallerIdentity::Of(

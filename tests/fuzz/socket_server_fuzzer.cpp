@@ -19,8 +19,9 @@
  *
  * Checked, whatever the timing: every connection's replies are, in order, a prefix of the replies
  * of the whole frames it sent (none lost in the middle, none of another connection's), cut only by
- * a close; a connection whose bytes are whole frames and that reads its replies gets every one,
- * then the end of the stream once it stops sending; one that sent something other than frames,
+ * a close; unless the server met a deadline of this input (a machine too busy to let the clients
+ * read in time), a connection whose bytes are whole frames and that reads its replies gets every
+ * one, then the end of the stream once it stops sending; one that sent something other than frames,
  * or stopped in the middle of one, is closed, the latter within the frame deadline even when it
  * keeps its side open; the connection too many is either refused outright or served as any
  * other; nothing stalls; when the clients are gone, no connection of theirs stays open and a new
@@ -74,8 +75,8 @@ ServerOptions Options(int listenFd)
     ServerOptions options;
     options.threads = 2;
     options.maxPayload = MAX_PAYLOAD;
-    options.readTimeout = std::chrono::milliseconds(40);
-    options.writeTimeout = std::chrono::milliseconds(40);
+    options.readTimeout = std::chrono::milliseconds(10);
+    options.writeTimeout = std::chrono::milliseconds(10);
     options.maxConnections = MAX_CONNECTIONS;
     options.listenFd = listenFd;
     return options;
@@ -269,7 +270,10 @@ void CheckServesANewClient()
     close(probe[0].fd);
 }
 
-void CheckClient(const Client& client, bool tooMany)
+// `timedOut`: the server closed a connection of this input for a deadline (a frame not whole, a
+// reply not taken, in time). The clients read as fast as they can, but a machine busy enough can
+// keep them from it past a deadline; then only what holds whatever the timing is checked.
+void CheckClient(const Client& client, bool tooMany, bool timedOut)
 {
     RequestDecoder decoder(MAX_PAYLOAD);
     decoder.Feed(client.sent.data(), client.sent.size());
@@ -287,11 +291,11 @@ void CheckClient(const Client& client, bool tooMany)
         FUZZ_CHECK(client.received[i] == expected[i]);
     }
     FUZZ_CHECK(client.replies.Error() == DecodeError::NONE);
-    FUZZ_CHECK(!client.replies.InFrame() || (client.slow && client.ended));
+    FUZZ_CHECK(!client.replies.InFrame() || ((client.slow || timedOut) && client.ended));
     if (tooMany && client.received.empty() && client.ended) {
         return;  // refused outright
     }
-    if (whole && !client.slow && !client.broken) {
+    if (whole && !client.slow && !client.broken && !timedOut) {
         FUZZ_CHECK(client.received.size() == expected.size());
         FUZZ_CHECK(client.ended || client.holds);
     }
@@ -341,12 +345,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         clients[count].fd = Connect();
     }
 
+    const uint64_t timeoutsBefore = g_server->Stats().timeouts;
     const Clock::time_point deadline = Clock::now() + PATIENCE;
     for (size_t steps = 0; steps < MAX_STEPS && input.Remaining() > 0; ++steps) {
         const uint8_t step = input.TakeByte();
         Client& client = clients[(step & 0x07U) % clients.size()];
         const Bytes bytes = Step(input, static_cast<StepKind>((step >> 3U) & 0x03U));
         Send(clients, client, bytes, deadline);
+        ReadAllBut(clients, nullptr);
     }
     std::vector<size_t> expectedCounts;
     for (Client& client : clients) {
@@ -364,8 +370,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     }
     Drain(clients, expectedCounts, Clock::now() + PATIENCE);
     clients[count - 1].slow = (options & SLOW_READER) != 0;
+    const bool timedOut = g_server->Stats().timeouts != timeoutsBefore;
     for (size_t i = 0; i < clients.size(); ++i) {
-        CheckClient(clients[i], oneTooMany && i == count);
+        CheckClient(clients[i], oneTooMany && i == count, timedOut);
         close(clients[i].fd);
     }
     WaitUntilNoConnection();
