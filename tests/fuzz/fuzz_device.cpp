@@ -112,10 +112,24 @@ bool SamePermissions(const std::vector<OHOS::Security::AccessToken::PermissionSt
     return true;
 }
 
-// Bundles by user and name, disposed statuses by app id and user: the order a snapshot keeps,
-// which a database's rows of mixed types may not come in.
+// Users in order, bundles by user and name, disposed statuses by app id and user: the order a
+// snapshot keeps, which a database's rows of mixed types may not come in. A token keeps only the fields of its
+// kind: a process has no bundle, user, API version or system-app bit, an application no process
+// or uid.
 DeviceSnapshot Ordered(DeviceSnapshot snapshot)
 {
+    std::sort(snapshot.users.begin(), snapshot.users.end());
+    for (auto& token : snapshot.tokens) {
+        if (token.type == OHOS::Security::AccessToken::TOKEN_HAP) {
+            token.processName.clear();
+            token.uid = -1;
+        } else {
+            token.bundleName.clear();
+            token.userId = token.instIndex = token.apiVersion = 0;
+            token.isSystemApp = false;
+            token.fullTokenId = token.tokenId;
+        }
+    }
     std::sort(snapshot.bundles.begin(), snapshot.bundles.end(),
         [](const auto& a, const auto& b) { return std::tie(a.userId, a.bundleName) < std::tie(b.userId, b.bundleName); });
     std::sort(snapshot.disposedStatuses.begin(), snapshot.disposedStatuses.end(),
