@@ -4,19 +4,19 @@
 
 #include <fcntl.h>
 #include <grp.h>
-#include <poll.h>
-#include <signal.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <cstdio>
 #include <cstring>
+#include <fstream>
 #include <functional>
 #include <optional>
 #include <string>
@@ -73,20 +73,10 @@ double InMs(Clock::duration duration)
 // Resident bytes of a process; 0 when it cannot be read.
 size_t RssOf(pid_t pid)
 {
-    const std::string path = "/proc/" + std::to_string(pid) + "/statm";
-    const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    if (fd < 0) {
-        return 0;
-    }
-    char text[128] = {};
-    const ssize_t got = read(fd, text, sizeof(text) - 1);
-    close(fd);
-    unsigned long size = 0;
-    unsigned long resident = 0;
-    if (got <= 0 || std::sscanf(text, "%lu %lu", &size, &resident) != 2) {
-        return 0;
-    }
-    return resident * static_cast<size_t>(sysconf(_SC_PAGESIZE));
+    std::ifstream statm("/proc/" + std::to_string(pid) + "/statm");
+    size_t pages = 0;
+    size_t resident = 0;
+    return statm >> pages >> resident ? resident * static_cast<size_t>(sysconf(_SC_PAGESIZE)) : 0;
 }
 
 // The attacker's connections and the daemon need more descriptors than a default soft limit of
