@@ -368,7 +368,8 @@ int32_t HostControl::UpdatePermission(MessageParcel& data, std::string& message)
     return HOST_CONTROL_OK;
 }
 
-int32_t HostControl::ReadUsage(MessageParcel& data, Security::AccessToken::Host::UsageRecord& record, std::string& message)
+int32_t HostControl::ReadUsage(
+    MessageParcel& data, Security::AccessToken::Host::UsageRecord& record, std::string& message)
 {
     AccessTokenID tokenId = 0;
     std::string bundleName;
@@ -419,19 +420,22 @@ int32_t HostControl::AddUsages(MessageParcel& data, std::string& message)
                   ", then that many usage records";
         return HOST_CONTROL_INVALID_ARGUMENT;
     }
-    std::vector<Security::AccessToken::Host::UsageRecord> records(static_cast<size_t>(count));
-    for (size_t i = 0; i < records.size(); ++i) {
-        const int32_t read = ReadUsage(data, records[i], message);
+    // Grown as records are read: a count the parcel does not hold allocates nothing for them.
+    std::vector<Security::AccessToken::Host::UsageRecord> records;
+    for (int32_t i = 0; i < count; ++i) {
+        Security::AccessToken::Host::UsageRecord record;
+        const int32_t read = ReadUsage(data, record, message);
         if (read != HOST_CONTROL_OK) {
             message = "record " + std::to_string(i) + ": " + message;
             return read;
         }
+        records.push_back(std::move(record));
     }
     size_t refused = 0;
     const int32_t result = PrivacyRecordService::GetInstance().AddRecords(records, &refused);
     if (result != 0) {
-        message = "record " + std::to_string(refused) + ": " + PrivacyErrorText(result, records[refused].permissionName) +
-                  "; none was added";
+        message = "record " + std::to_string(refused) + ": " +
+                  PrivacyErrorText(result, records[refused].permissionName) + "; none was added";
         return result;
     }
     HOSTD_LOGI("recorded %{public}d uses", count);

@@ -41,7 +41,8 @@ private:
     static int32_t UpdatePermission(MessageParcel& data, std::string& message);
     // One record of ADD_USAGE's layout, checked and its token resolved: HOST_CONTROL_OK, or the
     // answer to give and `message`.
-    static int32_t ReadUsage(MessageParcel& data, Security::AccessToken::Host::UsageRecord& record, std::string& message);
+    static int32_t ReadUsage(
+        MessageParcel& data, Security::AccessToken::Host::UsageRecord& record, std::string& message);
     static int32_t AddUsage(MessageParcel& data, std::string& message);
     static int32_t AddUsages(MessageParcel& data, std::string& message);
     static int32_t SetParameter(MessageParcel& data, std::string& message);

@@ -54,8 +54,7 @@ std::string HostControlChecks::BundleName(const std::string& bundleName)
 std::string HostControlChecks::AppIndex(int32_t appIndex)
 {
     using namespace AppExecFwk::Constants;
-    if (appIndex == AppExecFwk::Host::AUTO_APP_INDEX ||
-        (appIndex >= BASE_APP_UID && appIndex < BASE_USER_RANGE)) {
+    if (appIndex == AppExecFwk::Host::AUTO_APP_INDEX || (appIndex >= BASE_APP_UID && appIndex < BASE_USER_RANGE)) {
         return std::string();
     }
     const std::string range = "an app index is " + std::to_string(BASE_APP_UID) + " to " +
@@ -113,8 +112,7 @@ std::string HostControlChecks::ParameterKey(const std::string& key)
 
 std::string HostControlChecks::ParameterValue(const std::string& key, const std::string& value)
 {
-    const size_t limit =
-        key.rfind("const.", 0) == 0 ? MAX_CONST_PARAMETER_VALUE_LENGTH : MAX_PARAMETER_VALUE_LENGTH;
+    const size_t limit = key.rfind("const.", 0) == 0 ? MAX_CONST_PARAMETER_VALUE_LENGTH : MAX_PARAMETER_VALUE_LENGTH;
     if (value.size() <= limit) {
         return std::string();
     }
@@ -138,8 +136,7 @@ std::string HostControlChecks::Usage(
         return "the app status is " + std::to_string(record.status) + ": 1 (foreground) or 2 (background)";
     }
     if (record.lockScreenStatus != PERM_ACTIVE_IN_UNLOCKED && record.lockScreenStatus != PERM_ACTIVE_IN_LOCKED) {
-        return "the lock-screen status is " + std::to_string(record.lockScreenStatus) +
-               ": 1 (unlocked) or 2 (locked)";
+        return "the lock-screen status is " + std::to_string(record.lockScreenStatus) + ": 1 (unlocked) or 2 (locked)";
     }
     if (usedType < NORMAL_TYPE || usedType >= PERM_USED_TYPE_BUTT) {
         return "the used type is " + std::to_string(usedType) + ": 0 (normal), 1 (picker) or 2 (security component)";

@@ -162,8 +162,7 @@ ErrCode BundleManagerService::Install(const InstallParams& params, InstalledBund
 {
     const bool indexGiven = params.appIndex != AUTO_APP_INDEX;
     if (!IsValidBundleName(params.bundleName) ||
-        (indexGiven &&
-            (params.appIndex < Constants::BASE_APP_UID || params.appIndex >= Constants::BASE_USER_RANGE)) ||
+        (indexGiven && (params.appIndex < Constants::BASE_APP_UID || params.appIndex >= Constants::BASE_USER_RANGE)) ||
         !IsValidPermissionList(params.permissions)) {
         return ERR_BUNDLE_MANAGER_PARAM_ERROR;
     }

@@ -12,9 +12,9 @@
 #include <nlohmann/json.hpp>
 
 #include "parameters.h"
-#include "platform/fault/fault_injection.h"
 #include "platform/device/device_log.h"
 #include "platform/device/device_sqlite.h"
+#include "platform/fault/fault_injection.h"
 #include "platform/parameters/parameter_host.h"
 
 namespace OHOS::Host {
@@ -308,8 +308,8 @@ DeviceResult ReadTokens(DeviceSqlite& db, DeviceSnapshot& snapshot)
         "FROM tokens ORDER BY token_id",
         [&snapshot](const DeviceSqlite::Statement& s, std::string& problem) {
             if (!ColumnsFit(s,
-                    {{0, "token_id", 1, UINT32_HIGH}, {1, "token_type", Security::AccessToken::TOKEN_HAP,
-                                                          Security::AccessToken::TOKEN_SHELL},
+                    {{0, "token_id", 1, UINT32_HIGH},
+                        {1, "token_type", Security::AccessToken::TOKEN_HAP, Security::AccessToken::TOKEN_SHELL},
                         {3, "user_id", INT32_LOW, INT32_HIGH}, {4, "inst_index", INT32_LOW, INT32_HIGH},
                         {5, "api_version", INT32_LOW, INT32_HIGH}, {8, "uid", INT32_LOW, INT32_HIGH}},
                     problem)) {
@@ -341,8 +341,8 @@ DeviceResult ReadTokens(DeviceSqlite& db, DeviceSnapshot& snapshot)
     return ForEachRow(db, "token permissions",
         "SELECT token_id, permission, grant_status, grant_flag FROM token_permissions ORDER BY token_id, position",
         [&byId](const DeviceSqlite::Statement& s, std::string& problem) {
-            if (!ColumnsFit(s, {{2, "grant_status", INT32_LOW, INT32_HIGH}, {3, "grant_flag", 0, UINT32_HIGH}},
-                    problem)) {
+            if (!ColumnsFit(
+                    s, {{2, "grant_status", INT32_LOW, INT32_HIGH}, {3, "grant_flag", 0, UINT32_HIGH}}, problem)) {
                 problem = "a permission of token " + std::to_string(s.Int(0)) + ": " + problem;
                 return false;
             }

@@ -289,8 +289,9 @@ bool ReadBundle(ProfileReader& reader, const json& value, const std::string& pat
                   [&](const json& v, const std::string& p) {
                       return reader.String(v, p, bundle.name, true) &&
                              (AppExecFwk::Host::BundleManagerService::IsValidBundleName(bundle.name) ||
-                                 reader.Fail(p, "not a bundle name (up to 128 letters, digits, '_' and '.', "
-                                                "starting with a letter, without empty parts)"));
+                                 reader.Fail(p,
+                                     "not a bundle name (up to 128 letters, digits, '_' and '.', "
+                                     "starting with a letter, without empty parts)"));
                   }) &&
               reader.Required(value, path, "users",
                   [&](const json& v, const std::string& p) {

@@ -131,7 +131,8 @@ DeviceResult DeviceSnapshot::Validate() const
     std::set<int32_t> processUids;
     for (const auto& token : tokens) {
         const std::string what = TokenText(token.tokenId);
-        if (token.tokenId == Security::AccessToken::INVALID_TOKENID || !tokenById.emplace(token.tokenId, &token).second) {
+        if (token.tokenId == Security::AccessToken::INVALID_TOKENID ||
+            !tokenById.emplace(token.tokenId, &token).second) {
             return Refused(what + ": the id is 0 or belongs to an earlier token");
         }
         const std::string problem = PermissionsProblem(token.permissions);
@@ -148,8 +149,9 @@ DeviceResult DeviceSnapshot::Validate() const
         } else if (token.type == Security::AccessToken::TOKEN_NATIVE ||
                    token.type == Security::AccessToken::TOKEN_SHELL) {
             if (token.processName.empty() || token.uid < 0 || !processUids.insert(token.uid).second) {
-                return Refused(what + ": a process token without a name, or with a negative uid or one an earlier "
-                                      "process holds (" +
+                return Refused(what +
+                               ": a process token without a name, or with a negative uid or one an earlier "
+                               "process holds (" +
                                std::to_string(token.uid) + ")");
             }
         } else {
@@ -182,8 +184,9 @@ DeviceResult DeviceSnapshot::Validate() const
         const auto owner = bundleOfIndex.emplace(bundle.appIndex, bundle.bundleName);
         if (identity.first->second != std::make_pair(bundle.appIndex, bundle.appId) ||
             owner.first->second != bundle.bundleName) {
-            return Refused(what + ": its app index or app id differs from its installation on another user, or "
-                                  "another bundle has index " +
+            return Refused(what +
+                           ": its app index or app id differs from its installation on another user, or "
+                           "another bundle has index " +
                            std::to_string(bundle.appIndex));
         }
         const auto it = tokenById.find(bundle.tokenId);
@@ -207,8 +210,9 @@ DeviceResult DeviceSnapshot::Validate() const
         if ((record.status != PERM_ACTIVE_IN_FOREGROUND && record.status != PERM_ACTIVE_IN_BACKGROUND) ||
             (record.lockScreenStatus != PERM_ACTIVE_IN_UNLOCKED && record.lockScreenStatus != PERM_ACTIVE_IN_LOCKED) ||
             record.type < NORMAL_TYPE || record.type >= PERM_USED_TYPE_BUTT || record.successCount < 0 ||
-            record.failCount < 0 || record.timestamp < 0 || record.timestamp > Security::AccessToken::Host::MAX_TIME_MS ||
-            record.accessDuration < 0 || record.accessDuration > Security::AccessToken::Host::MAX_TIME_MS) {
+            record.failCount < 0 || record.timestamp < 0 ||
+            record.timestamp > Security::AccessToken::Host::MAX_TIME_MS || record.accessDuration < 0 ||
+            record.accessDuration > Security::AccessToken::Host::MAX_TIME_MS) {
             return Refused("usage record " + std::to_string(i) + " of " + TokenText(record.tokenId) +
                            ": a state, type, count, time or duration out of its range");
         }

@@ -41,7 +41,8 @@ TEST(HostIdentityTest, TheShellCannotInstallABundleUnderASystemProcesssUid)
         SCOPED_TRACE("index " + std::to_string(victim));
         const std::string before = identityOf(victim);
         const std::string name = "com.e2e.takeover" + std::to_string(victim);
-        std::vector<std::string> args = {"install", "-n", name, "-u", "0", "--index", std::to_string(victim), "--system"};
+        std::vector<std::string> args = {
+            "install", "-n", name, "-u", "0", "--index", std::to_string(victim), "--system"};
         args.insert(args.end(), servicePermissions.begin(), servicePermissions.end());
         const ToolResult install = hostd.RunTool("bm", args, OHOS::Host::SHELL_UID);
         EXPECT_EQ(install.exitCode, 2) << install.out;
@@ -54,8 +55,8 @@ TEST(HostIdentityTest, TheShellCannotInstallABundleUnderASystemProcesssUid)
     }
 
     // The shell still provisions ordinary apps, in the application range.
-    const ToolResult ordinary = hostd.RunTool("bm", {"install", "-n", "com.e2e.ordinary", "-u", "0", "--system"},
-        OHOS::Host::SHELL_UID);
+    const ToolResult ordinary =
+        hostd.RunTool("bm", {"install", "-n", "com.e2e.ordinary", "-u", "0", "--system"}, OHOS::Host::SHELL_UID);
     ASSERT_EQ(ordinary.exitCode, 0) << ordinary.err;
     const auto bundle = hostd.Bundle("com.e2e.ordinary", 0);
     ASSERT_TRUE(bundle.has_value());

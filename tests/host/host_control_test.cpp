@@ -32,12 +32,30 @@ using OHOS::Host::Transport::ReplyFrame;
 using OHOS::Host::Transport::RequestFrame;
 using ::testing::HasSubstr;
 
-void Write(MessageParcel& data, int32_t value) { data.WriteInt32(value); }
-void Write(MessageParcel& data, uint32_t value) { data.WriteUint32(value); }
-void Write(MessageParcel& data, int64_t value) { data.WriteInt64(value); }
-void Write(MessageParcel& data, bool value) { data.WriteBool(value); }
-void Write(MessageParcel& data, const std::string& value) { data.WriteString(value); }
-void Write(MessageParcel& data, const char* value) { data.WriteString(value); }
+void Write(MessageParcel& data, int32_t value)
+{
+    data.WriteInt32(value);
+}
+void Write(MessageParcel& data, uint32_t value)
+{
+    data.WriteUint32(value);
+}
+void Write(MessageParcel& data, int64_t value)
+{
+    data.WriteInt64(value);
+}
+void Write(MessageParcel& data, bool value)
+{
+    data.WriteBool(value);
+}
+void Write(MessageParcel& data, const std::string& value)
+{
+    data.WriteString(value);
+}
+void Write(MessageParcel& data, const char* value)
+{
+    data.WriteString(value);
+}
 
 // A request parcel of the values given, each written as its type is.
 template <typename... Values>

@@ -369,8 +369,8 @@ TEST_F(BundleManagerTest, ListenerHearsInstallsAndUsersAndMayCallBack)
         // offered before it is visible, with its token made.
         const std::string name = event.bundle == nullptr ? std::string() : event.bundle->bundleName;
         const bool present = Bms().FindBundle(name, event.userId).has_value();
-        const bool token = event.bundle != nullptr &&
-                           AccessTokenKit::GetTokenType(event.bundle->tokenId) == AT::TOKEN_HAP;
+        const bool token =
+            event.bundle != nullptr && AccessTokenKit::GetTokenType(event.bundle->tokenId) == AT::TOKEN_HAP;
         heard.push_back(std::to_string(static_cast<int>(event.change)) + ":" + name + ":" +
                         std::to_string(event.userId) + ":" + (present ? "present" : "absent") +
                         (token ? "+token" : ""));

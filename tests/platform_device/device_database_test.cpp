@@ -411,12 +411,14 @@ TEST_F(DeviceDatabaseTest, AnInstallAnUninstallAndABulkAddAreEachOneTransaction)
     }
     const DeviceSnapshot kept = stored();
     EXPECT_TRUE(kept.Validate().Ok()) << kept.Validate().message;
-    EXPECT_TRUE(std::any_of(kept.tokens.begin(), kept.tokens.end(), [maps](const auto& t) { return t.tokenId == maps; }));
+    EXPECT_TRUE(
+        std::any_of(kept.tokens.begin(), kept.tokens.end(), [maps](const auto& t) { return t.tokenId == maps; }));
     EXPECT_EQ(kept.records.size(), mapsRecords);
 
     // A bulk add whose second row the file refuses: none of its records is in the file.
-    ASSERT_EQ(Exec(DatabasePath(), "CREATE TRIGGER full BEFORE INSERT ON usage_records WHEN NEW.success_count = 2 "
-                                   "BEGIN SELECT RAISE(ABORT, 'disk full'); END"),
+    ASSERT_EQ(Exec(DatabasePath(),
+                  "CREATE TRIGGER full BEFORE INSERT ON usage_records WHEN NEW.success_count = 2 "
+                  "BEGIN SELECT RAISE(ABORT, 'disk full'); END"),
         SQLITE_OK);
     const AccessTokenID maps101 = TokenOf("com.example.maps", 101);
     UsageRecord record;
@@ -446,20 +448,23 @@ TEST_F(DeviceDatabaseTest, ARestoreRefusesAFileThatIsNotADeviceAndChangesNothing
     }
     const std::string pristine = root_ + "/pristine.db";
     std::filesystem::copy_file(DatabasePath(), pristine);
-    const std::string maps100 = "(SELECT token_id FROM bundles WHERE bundle_name = 'com.example.maps' AND user_id = 100)";
+    const std::string maps100 =
+        "(SELECT token_id FROM bundles WHERE bundle_name = 'com.example.maps' AND user_id = 100)";
     const std::string dumper = "(SELECT token_id FROM tokens WHERE process_name = 'hidumper_service')";
     const struct {
         const char* what;
         std::string sql;
         const char* says;
     } cases[] = {
-        {"an unknown token type", "UPDATE tokens SET token_type = 7 WHERE token_id = " + dumper, "token_type 7 is outside"},
+        {"an unknown token type", "UPDATE tokens SET token_type = 7 WHERE token_id = " + dumper,
+            "token_type 7 is outside"},
         {"no system user", "DELETE FROM users WHERE user_id = 0", "the system user 0 is missing"},
         {"a user whose uids overflow", "INSERT INTO users VALUES(20000)", "user 20000: outside 0 to 10736"},
         {"a bundle of such a user", "UPDATE bundles SET user_id = 4294967396 WHERE token_id = " + maps100,
             "user_id 4294967396 is outside"},
-        {"token id 0", "UPDATE token_permissions SET token_id = 0 WHERE token_id = " + dumper +
-                           "; UPDATE tokens SET token_id = 0 WHERE process_name = 'hidumper_service'",
+        {"token id 0",
+            "UPDATE token_permissions SET token_id = 0 WHERE token_id = " + dumper +
+                "; UPDATE tokens SET token_id = 0 WHERE process_name = 'hidumper_service'",
             "token_id 0 is outside"},
         {"a bundle naming another's token", "UPDATE bundles SET token_id = " + dumper + " WHERE token_id = " + maps100,
             "is missing, belongs to another installation"},
@@ -467,8 +472,10 @@ TEST_F(DeviceDatabaseTest, ARestoreRefusesAFileThatIsNotADeviceAndChangesNothing
             "is missing, belongs to another installation"},
         {"a negative app index", "UPDATE bundles SET app_index = -3", "app_index -3 is outside"},
         {"an index of the system range", "UPDATE bundles SET app_index = 2000", "index 2000 and uid 2000"},
-        {"a permission listed twice", "INSERT INTO token_permissions SELECT token_id, 1, permission, grant_status, "
-                                      "grant_flag FROM token_permissions WHERE token_id = " + dumper,
+        {"a permission listed twice",
+            "INSERT INTO token_permissions SELECT token_id, 1, permission, grant_status, "
+            "grant_flag FROM token_permissions WHERE token_id = " +
+                dumper,
             "'ohos.permission.DUMP' is listed twice"},
         {"an undefined permission", "UPDATE token_permissions SET permission = 'ohos.permission.FLY'",
             "'ohos.permission.FLY' is not defined"},
