@@ -14,10 +14,11 @@
  *
  * Checked besides "no crash, no leak": a file the daemon refuses is refused with a device error
  * and a message, and the database closed; a file it accepts holds a device that could have been
- * made through the services (user 0 present; every token of a known type with a non-zero id, no
- * permission listed twice, states granted or denied; every bundle's index in range, an app id, its token an
- * application token of the same bundle, user, system flag and API version; every usage record of
- * a known used type, app status and screen status), and the services hold exactly that device.
+ * made through the services (every integer the reader narrows an integer in its field's range;
+ * user 0 present; every token of a known type with a non-zero id, no permission listed twice,
+ * states granted or denied; every bundle's index in range, an app id, its token an application
+ * token of the same bundle, user, system flag and API version; every usage record of a known used
+ * type, app status and screen status), and the services hold exactly that device.
  * A broken rule of a known open finding is skipped when ASP_FUZZ_AVOID names its key
  * (restore.<rule>), so that a run goes on to other findings.
  */
@@ -205,6 +206,40 @@ int64_t CountOf(sqlite3* db, const char* sql)
     return count;
 }
 
+// The integer columns the reader narrows, with the range of the field each goes into.
+struct Narrowed {
+    const char* table;
+    const char* column;
+    int64_t min;
+    int64_t max;
+};
+constexpr Narrowed NARROWED[] = {{"users", "user_id", INT32_MIN, INT32_MAX}, {"tokens", "token_id", 0, UINT32_MAX},
+    {"tokens", "user_id", INT32_MIN, INT32_MAX}, {"tokens", "inst_index", INT32_MIN, INT32_MAX},
+    {"tokens", "api_version", INT32_MIN, INT32_MAX}, {"tokens", "uid", INT32_MIN, INT32_MAX},
+    {"token_permissions", "token_id", 0, UINT32_MAX}, {"token_permissions", "grant_status", INT32_MIN, INT32_MAX},
+    {"token_permissions", "grant_flag", 0, UINT32_MAX}, {"bundles", "user_id", INT32_MIN, INT32_MAX},
+    {"bundles", "app_index", INT32_MIN, INT32_MAX}, {"bundles", "version_code", 0, UINT32_MAX},
+    {"bundles", "api_version", INT32_MIN, INT32_MAX}, {"bundles", "token_id", 0, UINT32_MAX},
+    {"disposed_statuses", "user_id", INT32_MIN, INT32_MAX}, {"usage_records", "token_id", 0, UINT32_MAX},
+    {"usage_records", "app_status", INT32_MIN, INT32_MAX}, {"usage_records", "screen_status", INT32_MIN, INT32_MAX},
+    {"usage_records", "success_count", INT32_MIN, INT32_MAX}, {"usage_records", "fail_count", INT32_MIN, INT32_MAX}};
+
+// The first value the reader would take as another: text or a real where an integer belongs, or
+// an integer out of its field's range. Empty when there is none.
+std::string NarrowedValue(sqlite3* db)
+{
+    for (const Narrowed& n : NARROWED) {
+        const std::string column = std::string(n.table) + "." + n.column;
+        const std::string sql = "SELECT count(*) FROM " + std::string(n.table) + " WHERE typeof(" + n.column +
+                                ") != 'integer' OR " + n.column + " NOT BETWEEN " + std::to_string(n.min) + " AND " +
+                                std::to_string(n.max);
+        if (CountOf(db, sql.c_str()) > 0) {
+            return column;
+        }
+    }
+    return "";
+}
+
 // True when the file holds what an avoided open finding needs, judged on the file's own values
 // before the restore sees them: some of these findings are undefined behaviour inside the reader
 // (an enum value out of its type's range, a uid that overflows), past any later check.
@@ -233,7 +268,7 @@ bool AvoidedByFile(sqlite3* db)
 
 // The file a restore accepted holds a device that could have been made through the services,
 // and the services now hold exactly that device.
-bool CheckRestored(const DeviceDatabase& database)
+bool CheckRestored(const DeviceDatabase& database, const std::string& narrowed)
 {
     DeviceSnapshot file;
     FUZZ_CHECK(database.Read(file).Ok());
@@ -271,6 +306,7 @@ bool CheckRestored(const DeviceDatabase& database)
                              record.lockScreenStatus == PERM_ACTIVE_IN_LOCKED),
             "record_status", "app status " + std::to_string(record.status));
     }
+    verdict.Hold(narrowed.empty(), "int_range", "a value of " + narrowed + " that is no integer of its field");
     const std::string differs = FuzzDevice::Difference(DeviceSnapshot::Capture(), file);
     verdict.Hold(differs.empty(), "fidelity", "the services hold another " + differs + " than the file");
     return !verdict.avoided;
@@ -327,6 +363,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         Edit(db, input);
     }
     const bool avoided = AvoidedByFile(db);
+    const std::string narrowed = NarrowedValue(db);
     sqlite3_close(db);
     if (avoided) {
         return -1;
@@ -337,7 +374,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     const DeviceResult result = database.Open(g_path);
     int verdict = 0;
     if (result.Ok() && database.Restored()) {
-        verdict = CheckRestored(database) ? 0 : -1;
+        verdict = CheckRestored(database, narrowed) ? 0 : -1;
     } else if (!result.Ok()) {
         FUZZ_CHECK(!result.message.empty() && !database.IsOpen());
         FUZZ_CHECK(result.error == DeviceError::NOT_A_DATABASE || result.error == DeviceError::FOREIGN_DATABASE ||
