@@ -40,6 +40,8 @@ std::optional<DaemonOptions> DaemonOptions::Parse(int argc, char** argv, int& ex
     app.add_option("--unload-delay-ms", unloadDelayMs,
            "idle time after which ability 65993 asks to be unloaded (sets persist.security_privacy.unload_delay_ms)")
         ->check(CLI::Range(int64_t{0}, int64_t{86400000}));
+    app.add_flag("--with-container", options.withContainer,
+        "start the container (ovra_containerd, beside asp_hostd) once serving, and keep it running");
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

@@ -24,6 +24,9 @@ struct DaemonOptions {
     // The ability's idle delay before it asks to be unloaded (the service's diagnostic parameter);
     // empty: leave the parameter as the device has it.
     std::optional<int64_t> unloadDelayMs;
+    // Start the container's process (ovra_containerd, beside asp_hostd) once serving, and keep it
+    // running until the daemon stops.
+    bool withContainer = false;
     // A listening socket the service manager passed (see SocketActivation); -1: the daemon binds
     // socketPath itself. Not a command-line option.
     int listenFd = -1;

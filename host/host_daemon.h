@@ -22,6 +22,8 @@
 #include <string>
 
 #include "host/ability_host.h"
+#include "host/broker_registry.h"
+#include "host/container_launcher.h"
 #include "host/daemon_options.h"
 #include "host/host_control.h"
 #include "host/instance_lock.h"
@@ -62,6 +64,9 @@ private:
     bool TakeSocket();
     bool TakeDataRoot();
     bool BootDevice();
+    // The container's broker registry and the service's receivers, served on the socket.
+    void ExposeContainerBroker();
+    void StartContainer();
     void SetSelfToken();
     void SetReadiness(Readiness readiness);
     Transport::ReplyFrame Serve(const Transport::PeerCredentials& caller, const Transport::RequestFrame& request);
@@ -75,6 +80,8 @@ private:
     HostControl control_;
     std::unique_ptr<RequestDispatcher> dispatcher_;
     std::unique_ptr<Transport::SocketServer> server_;
+    sptr<BrokerRegistry> brokerRegistry_;
+    ContainerLauncher container_;
     bool deviceBooted_ = false;
     bool logToFile_ = false;
     std::atomic<Readiness> readiness_{Readiness::BOOTING};
