@@ -226,8 +226,9 @@ Answer ContainerBroker::Permission(const std::string& action, const std::string&
         const auto app = store_.GetApp(bundleName, uid / UID_PER_USER);
         std::string why;
         std::optional<std::vector<AppPermission>> changed;
-        if (!app.has_value() || app->uid != uid) {
-            why = "no app " + bundleName + " with uid " + std::to_string(uid);
+        // The uid says the user, as everywhere in the service: the app is named by its bundle.
+        if (!app.has_value()) {
+            why = "no app " + bundleName + " for user " + std::to_string(uid / UID_PER_USER);
         } else {
             changed = GroupStateModel::Apply(*app, group, state, mask, value, why);
         }
