@@ -139,15 +139,16 @@ std::optional<json> ParseObject(const std::string& body)
 json GroupJson(const ContainerApp& app, const GroupView& view)
 {
     return json{{"bundleName", app.bundleName}, {"uid", app.uid}, {"permissionGroup", view.group},
-        {"checkedState", view.checkedState}, {"shownStates", view.shownStates},
-        {"disabledStates", view.disabledStates}, {"disabledReason", view.disabledReason}, {"flags", view.flags}};
+        {"checkedState", view.checkedState}, {"shownStates", view.shownStates}, {"disabledStates", view.disabledStates},
+        {"disabledReason", view.disabledReason}, {"flags", view.flags}};
 }
 
 json CloneJson(const ContainerApp& app)
 {
     json permissions = json::array();
     for (const AppPermission& permission : app.permissions) {
-        permissions.push_back({{"name", permission.name}, {"granted", permission.granted}, {"flags", permission.flags}});
+        permissions.push_back(
+            {{"name", permission.name}, {"granted", permission.granted}, {"flags", permission.flags}});
     }
     return json{{"bundleName", app.bundleName}, {"userId", app.userId}, {"uid", app.uid}, {"permissions", permissions}};
 }
@@ -156,8 +157,8 @@ json CloneJson(const ContainerApp& app)
 
 Answer ContainerBroker::Handle(const std::string& path, const std::string& action, const Message& message)
 {
-    CONTAINER_LOGD("path=%{public}s, action=%{public}s, %{public}zu bytes", path.c_str(), action.c_str(),
-        message.body.size());
+    CONTAINER_LOGD(
+        "path=%{public}s, action=%{public}s, %{public}zu bytes", path.c_str(), action.c_str(), message.body.size());
     if (path == "ovra/permission") {
         return Permission(action, message.body);
     }

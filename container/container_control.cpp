@@ -71,8 +71,8 @@ json AppJson(const ContainerApp& app)
             {"shownStates", view.shownStates}, {"disabledStates", view.disabledStates},
             {"disabledReason", view.disabledReason}, {"flags", view.flags}});
     }
-    return json{{"bundleName", app.bundleName}, {"userId", app.userId}, {"uid", app.uid},
-        {"permissions", permissions}, {"groups", groups}};
+    return json{{"bundleName", app.bundleName}, {"userId", app.userId}, {"uid", app.uid}, {"permissions", permissions},
+        {"groups", groups}};
 }
 
 }  // namespace
@@ -90,8 +90,8 @@ Answer ContainerControl::Handle(const std::string& command, const std::string& b
     const auto userId = static_cast<int32_t>(IntOr(request, "userId", 100));
     if (command == "show") {
         json apps = json::array();
-        for (const ContainerApp& app : store_.ListApps(request.contains("userId") ? std::optional<int32_t>(userId)
-                                                                                  : std::nullopt)) {
+        for (const ContainerApp& app :
+            store_.ListApps(request.contains("userId") ? std::optional<int32_t>(userId) : std::nullopt)) {
             if (bundleName.empty() || app.bundleName == bundleName) {
                 apps.push_back(AppJson(app));
             }
@@ -121,8 +121,7 @@ Answer ContainerControl::Handle(const std::string& command, const std::string& b
         if (!store_.PutApp(app)) {
             return Refused(STORE_FAILED, "the store refused the install");
         }
-        CONTAINER_LOGI("installed %{public}s for user %{public}d, uid %{public}d", bundleName.c_str(), userId,
-            app.uid);
+        CONTAINER_LOGI("installed %{public}s for user %{public}d, uid %{public}d", bundleName.c_str(), userId, app.uid);
         return Done(AppJson(app));
     }
     if (command == "uninstall") {
@@ -184,9 +183,9 @@ Answer ContainerControl::Handle(const std::string& command, const std::string& b
         record.bundleName = bundleName;
         record.userId = userId;
         record.operationGroup = entry->operationGroup;
-        const int64_t now = std::chrono::duration_cast<std::chrono::milliseconds>(
-            std::chrono::system_clock::now().time_since_epoch())
-                                .count();
+        const int64_t now =
+            std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::system_clock::now().time_since_epoch())
+                .count();
         record.timeMs = IntOr(request, "timeMs", 0) > 0 ? IntOr(request, "timeMs", 0) : now;
         record.durationMs = std::max<int64_t>(IntOr(request, "durationMs", 0), 0);
         const int64_t count = IntOr(request, "count", 1);

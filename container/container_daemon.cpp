@@ -57,8 +57,8 @@ bool PrivateDirectory(const std::string& path, std::string& message)
     struct stat info {};
     if (lstat(path.c_str(), &info) != 0 || !S_ISDIR(info.st_mode) || info.st_uid != geteuid() ||
         (info.st_mode & 077) != 0) {
-        message = path + " must be a directory of uid " + std::to_string(geteuid()) +
-                  " closed to others (chmod 0700 " + path + ")";
+        message = path + " must be a directory of uid " + std::to_string(geteuid()) + " closed to others (chmod 0700 " +
+                  path + ")";
         return false;
     }
     return true;
@@ -137,7 +137,8 @@ bool ContainerDaemon::Start()
     serverOptions.maxPayload = BrokerWire::MAX_MESSAGE_BYTES;
     serverOptions.socketMode = 0600;
     server_ = std::make_unique<Host::Transport::SocketServer>(
-        socketPath_, [this](const PeerCredentials& caller, const RequestFrame& request) { return Serve(caller, request); },
+        socketPath_,
+        [this](const PeerCredentials& caller, const RequestFrame& request) { return Serve(caller, request); },
         serverOptions);
     const auto error = server_->Start();
     if (error != Host::Transport::TransportError::OK) {
@@ -182,8 +183,8 @@ bool ContainerDaemon::OpenStore()
         return Fail(error);
     }
     if (store_->IsSeeded()) {
-        CONTAINER_LOGI("store restored: %{public}zu apps, %{public}zu uses", store_->ListApps().size(),
-            store_->CountUsage());
+        CONTAINER_LOGI(
+            "store restored: %{public}zu apps, %{public}zu uses", store_->ListApps().size(), store_->CountUsage());
         return true;
     }
     ContainerProfile profile;
@@ -232,7 +233,7 @@ ReplyFrame ContainerDaemon::Serve(const PeerCredentials& caller, const RequestFr
     return reply;
 }
 
-bool ContainerDaemon::Register()
+int32_t ContainerDaemon::AskRegistry(uint32_t code, std::string& message)
 {
     sptr<SocketRemoteObject> registry =
         new SocketRemoteObject(options_.hostSocket, BrokerWire::REGISTRY_ABILITY_ID, ClientOptions{HOST_TIMEOUT});
@@ -240,12 +241,25 @@ bool ContainerDaemon::Register()
     MessageParcel reply;
     MessageOption option;
     data.WriteString(socketPath_);
-    const int status = registry->SendRequest(BrokerWire::REGISTER, data, reply, option);
+    const int status = registry->SendRequest(code, data, reply, option);
     int32_t result = -1;
+    if (status != ERR_NONE) {
+        message = "asp_hostd not reached (" + std::to_string(status) + ")";
+        return -1;
+    }
+    if (!reply.ReadInt32(result) || !reply.ReadString(message)) {
+        message = "asp_hostd's answer does not read";
+        return -1;
+    }
+    return result;
+}
+
+bool ContainerDaemon::Register()
+{
     std::string message;
-    if (status != ERR_NONE || !reply.ReadInt32(result) || !reply.ReadString(message) || result != 0) {
-        const std::string failure = status != ERR_NONE ? "asp_hostd not reached (" + std::to_string(status) + ")"
-                                                       : "refused " + std::to_string(result) + ": " + message;
+    const int32_t result = AskRegistry(BrokerWire::REGISTER, message);
+    if (result != 0) {
+        const std::string failure = result < 0 ? message : "refused " + std::to_string(result) + ": " + message;
         if (failure != lastFailure_) {
             CONTAINER_LOGW("broker not registered: %{public}s; trying again", failure.c_str());
             lastFailure_ = failure;
@@ -259,14 +273,10 @@ bool ContainerDaemon::Register()
 
 void ContainerDaemon::Unregister()
 {
-    sptr<SocketRemoteObject> registry =
-        new SocketRemoteObject(options_.hostSocket, BrokerWire::REGISTRY_ABILITY_ID, ClientOptions{HOST_TIMEOUT});
-    MessageParcel data;
-    MessageParcel reply;
-    MessageOption option;
-    data.WriteString(socketPath_);
-    const int status = registry->SendRequest(BrokerWire::UNREGISTER, data, reply, option);
-    CONTAINER_LOGI("broker withdrawn from asp_hostd (status %{public}d)", status);
+    std::string message;
+    const int32_t result = AskRegistry(BrokerWire::UNREGISTER, message);
+    CONTAINER_LOGI("broker withdrawn from asp_hostd (%{public}d%{public}s%{public}s)", result,
+        message.empty() ? "" : ": ", message.c_str());
 }
 
 Answer ContainerDaemon::Probe()
@@ -299,7 +309,7 @@ void ContainerDaemon::WatchDaemon()
     // An idle connection to the daemon's socket ends when the daemon does: that is when it must be
     // told again where the broker is.
     const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_un address {};
+    sockaddr_un address{};
     address.sun_family = AF_UNIX;
     std::strncpy(address.sun_path, options_.hostSocket.c_str(), sizeof(address.sun_path) - 1);
     if (fd < 0 || connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof(address)) != 0) {
@@ -314,12 +324,13 @@ void ContainerDaemon::WatchDaemon()
     }
     close(fd);
     if ((watched[0].revents & (POLLIN | POLLRDHUP | POLLHUP | POLLERR)) != 0) {
-        CONTAINER_LOGW("asp_hostd went away; registering again once it serves");
+        CONTAINER_LOGD("the connection to asp_hostd ended; checking the registration");
     }
 }
 
 void ContainerDaemon::KeepRegistered()
 {
+    bool registered = false;
     for (;;) {
         {
             std::lock_guard<std::mutex> lock(mutex_);
@@ -327,11 +338,17 @@ void ContainerDaemon::KeepRegistered()
                 return;
             }
         }
-        if (!Register()) {
-            WaitForStop(RETRY_PAUSE);
-            continue;
+        // The watched connection may also end for reasons of the daemon's own (it cut an idle
+        // connection): a broker the daemon still has is only watched again.
+        std::string message;
+        if (!registered || AskRegistry(BrokerWire::IS_REGISTERED, message) != 0) {
+            registered = Register();
+            if (!registered) {
+                WaitForStop(RETRY_PAUSE);
+                continue;
+            }
+            Probe();
         }
-        Probe();
         WatchDaemon();
     }
 }

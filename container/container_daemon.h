@@ -70,6 +70,9 @@ private:
     // Registers with the daemon, probes its receiver, and registers again whenever the daemon
     // comes back; ends when the container stops.
     void KeepRegistered();
+    // One request to the daemon's broker registry about this broker's socket: its result, or -1
+    // with `message` set when the daemon did not answer.
+    int32_t AskRegistry(uint32_t code, std::string& message);
     bool Register();
     void Unregister();
     // Sends the service's receiver "ohos/clone" a probe; its answer.
@@ -90,7 +93,7 @@ private:
     std::mutex mutex_;
     std::condition_variable stopping_;
     bool stop_ = false;
-    int wakeFd_ = -1;  // written once when the container stops: wakes the watch of the daemon
+    int wakeFd_ = -1;          // written once when the container stops: wakes the watch of the daemon
     std::string lastFailure_;  // of registering, logged once until it changes
     std::thread registrar_;
 };

@@ -10,13 +10,13 @@ constexpr unsigned int CONTAINER_LOG_DOMAIN = 0xD005A00;
 constexpr const char* CONTAINER_LOG_TAG = "ovra_containerd";
 }  // namespace OHOS::Ovra::Container
 
-#define CONTAINER_LOG(level, fmt, ...)                                                                       \
-    do {                                                                                                     \
-        if (HiLogIsLoggable(::OHOS::Ovra::Container::CONTAINER_LOG_DOMAIN,                                   \
-                ::OHOS::Ovra::Container::CONTAINER_LOG_TAG, (level))) {                                      \
-            HiLogPrint(LOG_CORE, (level), ::OHOS::Ovra::Container::CONTAINER_LOG_DOMAIN,                     \
-                ::OHOS::Ovra::Container::CONTAINER_LOG_TAG, "%{public}s: " fmt, __func__, ##__VA_ARGS__);    \
-        }                                                                                                    \
+#define CONTAINER_LOG(level, fmt, ...)                                                                                 \
+    do {                                                                                                               \
+        if (HiLogIsLoggable(                                                                                           \
+                ::OHOS::Ovra::Container::CONTAINER_LOG_DOMAIN, ::OHOS::Ovra::Container::CONTAINER_LOG_TAG, (level))) { \
+            HiLogPrint(LOG_CORE, (level), ::OHOS::Ovra::Container::CONTAINER_LOG_DOMAIN,                               \
+                ::OHOS::Ovra::Container::CONTAINER_LOG_TAG, "%{public}s: " fmt, __func__, ##__VA_ARGS__);              \
+        }                                                                                                              \
     } while (0)
 
 #define CONTAINER_LOGD(fmt, ...) CONTAINER_LOG(LOG_DEBUG, fmt, ##__VA_ARGS__)

@@ -139,8 +139,8 @@ bool ContainerProfile::Parse(const std::string& text, ContainerProfile& profile,
             AppPermission entry{permission["name"].get<std::string>(),
                 Member(permission, "granted", &json::is_boolean, false).get<bool>(), 0};
             for (const json& flag : Member(permission, "flags", &json::is_array, json::array())) {
-                const auto bit = flag.is_string() ? PermissionCatalogue::FlagFromName(flag.get<std::string>())
-                                                  : std::nullopt;
+                const auto bit =
+                    flag.is_string() ? PermissionCatalogue::FlagFromName(flag.get<std::string>()) : std::nullopt;
                 if (!bit.has_value()) {
                     return Fail(error, where, "an unknown flag of " + entry.name);
                 }
@@ -168,7 +168,8 @@ bool ContainerProfile::Parse(const std::string& text, ContainerProfile& profile,
         parsedPattern.bundleName = pattern["bundle"].get<std::string>();
         parsedPattern.userId = static_cast<int32_t>(Integer(pattern, "user", 100, 0, 10737));
         parsedPattern.operationGroup = entry->operationGroup;
-        parsedPattern.recordsPerDay = static_cast<int32_t>(Integer(pattern, "records_per_day", 1, 0, MAX_RECORDS_PER_DAY));
+        parsedPattern.recordsPerDay =
+            static_cast<int32_t>(Integer(pattern, "records_per_day", 1, 0, MAX_RECORDS_PER_DAY));
         parsedPattern.daysBack = static_cast<int32_t>(Integer(pattern, "days_back", 7, 1, MAX_DAYS_BACK));
         const json hours = Member(pattern, "hours", &json::is_array, json::array({0, 23}));
         if (hours.is_array() && hours.size() == 2 && hours[0].is_number_integer() && hours[1].is_number_integer()) {

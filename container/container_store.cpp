@@ -141,8 +141,8 @@ void BindFilter(Statement& statement, const UsageFilter& filter)
 std::unique_ptr<ContainerStore> ContainerStore::Open(const std::string& path, std::string& error)
 {
     sqlite3* db = nullptr;
-    const int opened = sqlite3_open_v2(
-        path.c_str(), &db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOFOLLOW, nullptr);
+    const int opened =
+        sqlite3_open_v2(path.c_str(), &db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOFOLLOW, nullptr);
     if (opened != SQLITE_OK) {
         error = "cannot open " + path + ": " + (db != nullptr ? sqlite3_errmsg(db) : sqlite3_errstr(opened));
         sqlite3_close(db);
@@ -158,7 +158,9 @@ std::unique_ptr<ContainerStore> ContainerStore::Open(const std::string& path, st
     return store;
 }
 
-ContainerStore::ContainerStore(sqlite3* db) : db_(db) {}
+ContainerStore::ContainerStore(sqlite3* db) : db_(db)
+{
+}
 
 ContainerStore::~ContainerStore()
 {
@@ -235,8 +237,8 @@ bool ContainerStore::RemoveApp(const std::string& bundleName, int32_t userId)
     if (!removeApp.Bind(bundleName).Bind(int64_t{userId}).Run() || sqlite3_changes(db_) == 0) {
         return false;
     }
-    for (const char* sql : {"DELETE FROM permissions WHERE bundle = ? AND user = ?",
-             "DELETE FROM usage WHERE bundle = ? AND user = ?"}) {
+    for (const char* sql :
+        {"DELETE FROM permissions WHERE bundle = ? AND user = ?", "DELETE FROM usage WHERE bundle = ? AND user = ?"}) {
         if (!Statement(db_, sql).Bind(bundleName).Bind(int64_t{userId}).Run()) {
             return false;
         }
@@ -298,7 +300,8 @@ bool ContainerStore::UpdatePermissions(
         return false;
     }
     for (const AppPermission& permission : permissions) {
-        Statement update(db_, "UPDATE permissions SET granted = ?, flags = ? WHERE bundle = ? AND user = ? AND name = ?");
+        Statement update(
+            db_, "UPDATE permissions SET granted = ?, flags = ? WHERE bundle = ? AND user = ? AND name = ?");
         if (!update.Bind(int64_t{permission.granted ? 1 : 0})
                  .Bind(int64_t{permission.flags})
                  .Bind(bundleName)
@@ -346,8 +349,7 @@ std::vector<UsageRecord> ContainerStore::QueryUsage(const UsageFilter& filter, b
     std::lock_guard<std::mutex> lock(mutex_);
     Statement query(db_,
         "SELECT bundle, user, operation_group, time, duration, count, mode, app_state, screen_state FROM usage" +
-            WhereOf(filter) + (ascending ? " ORDER BY time ASC, id ASC" : " ORDER BY time DESC, id DESC") +
-            " LIMIT ?");
+            WhereOf(filter) + (ascending ? " ORDER BY time ASC, id ASC" : " ORDER BY time DESC, id DESC") + " LIMIT ?");
     BindFilter(query, filter);
     query.Bind(static_cast<int64_t>(limit));
     std::vector<UsageRecord> records;

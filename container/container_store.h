@@ -88,7 +88,8 @@ public:
     std::vector<ContainerApp> ListApps(std::optional<int32_t> userId = std::nullopt);
     // Writes the states and flags of permissions the app has; false (nothing written) when the app
     // or one of the permissions is missing.
-    bool UpdatePermissions(const std::string& bundleName, int32_t userId, const std::vector<AppPermission>& permissions);
+    bool UpdatePermissions(
+        const std::string& bundleName, int32_t userId, const std::vector<AppPermission>& permissions);
 
     bool AddUsage(const std::vector<UsageRecord>& records);
     // The matching uses, by time (oldest first when `ascending`), at most `limit`.

@@ -119,8 +119,8 @@ private:
 void PrintApps(const json& answer)
 {
     for (const json& app : answer.value("apps", json::array())) {
-        std::printf("%s  user %d  uid %d\n", app.value("bundleName", "").c_str(), app.value("userId", 0),
-            app.value("uid", 0));
+        std::printf(
+            "%s  user %d  uid %d\n", app.value("bundleName", "").c_str(), app.value("userId", 0), app.value("uid", 0));
         for (const json& permission : app.value("permissions", json::array())) {
             std::printf("  %-46s %-8s %s\n", permission.value("name", "").c_str(),
                 permission.value("granted", false) ? "granted" : "denied", permission.value("flagsText", "").c_str());
@@ -191,8 +191,9 @@ int Install(Containerctl& ctl, const std::string& bundleName, int32_t userId, co
 int main(int argc, char** argv)
 {
     Options options;
-    CLI::App app{"containerctl: install container apps, grant and revoke their permissions in the container's terms, "
-                 "record their uses, and show what the container holds."};
+    CLI::App app{
+        "containerctl: install container apps, grant and revoke their permissions in the container's terms, "
+        "record their uses, and show what the container holds."};
     app.require_subcommand(1);
     app.add_option("--data-root", options.dataRoot, "the device's data root (default: asp_hostd's rule)");
     app.add_option("--socket", options.socket, "asp_hostd's socket (default: asp_hostd's rule)");

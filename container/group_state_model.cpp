@@ -77,9 +77,9 @@ GroupView Assemble(const std::string& group, const std::vector<Member>& members)
             view.disabledStates = view.shownStates;
             view.disabledReason = "INVALID_REQUEST_PERMISSIONS_COMBINATION";
         } else {
-            view.checkedState = foregroundGranted ? (background && backgroundGranted ? ALLOW_ALL_THE_TIME
-                                                                                     : ALLOW_ONLY_WHILE_IN_USE)
-                                                  : (oneTime ? ASK_EACH_TIME : DENY);
+            view.checkedState = foregroundGranted
+                                    ? (background && backgroundGranted ? ALLOW_ALL_THE_TIME : ALLOW_ONLY_WHILE_IN_USE)
+                                    : (oneTime ? ASK_EACH_TIME : DENY);
             if (background) {
                 view.shownStates.push_back(ALLOW_ALL_THE_TIME);
             }
@@ -90,8 +90,7 @@ GroupView Assemble(const std::string& group, const std::vector<Member>& members)
         view.shownStates = {ALLOW_ONLY_WHILE_IN_USE, ASK_EACH_TIME, DENY};
     } else if (group == "STORAGE") {
         const bool allFiles = Has(members, Role::ALL_FILES);
-        view.checkedState =
-            AnyGranted(members, Role::ALL_FILES) ? ALL_FILES : (foregroundGranted ? MEDIA_ONLY : DENY);
+        view.checkedState = AnyGranted(members, Role::ALL_FILES) ? ALL_FILES : (foregroundGranted ? MEDIA_ONLY : DENY);
         if (allFiles) {
             view.shownStates.push_back(ALL_FILES);
         }

@@ -24,14 +24,16 @@ int main(int argc, char** argv)
 
     OHOS::Ovra::Container::DaemonOptions options;
     std::string level = "info";
-    CLI::App app{"ovra_containerd: the container's process. It keeps the container's apps, their permissions and "
-                 "their usage in its own store under the data root, and serves the container's service broker to "
-                 "the privacy service through asp_hostd."};
+    CLI::App app{
+        "ovra_containerd: the container's process. It keeps the container's apps, their permissions and "
+        "their usage in its own store under the data root, and serves the container's service broker to "
+        "the privacy service through asp_hostd."};
     app.add_option("--data-root", options.dataRoot, "the device's data root (default: asp_hostd's rule)");
     app.add_option("--socket", options.hostSocket, "asp_hostd's socket (default: asp_hostd's rule)");
     app.add_option("--profile", options.profilePath,
         "device profile whose container apps seed a new store (default: profiles/default_device.json)");
-    app.add_option("--store", options.storeDirectory, "the container's directory (default: <data-root>/ovra_container)");
+    app.add_option(
+        "--store", options.storeDirectory, "the container's directory (default: <data-root>/ovra_container)");
     app.add_option("--log-file", options.logFile, "append the log to this file instead of stderr");
     app.add_option("--log-level", level, "lowest level logged: debug, info, warn, error")
         ->check(CLI::IsMember({"debug", "info", "warn", "error"}));

@@ -37,9 +37,8 @@ const std::vector<CatalogueEntry> ENTRIES = {
     {"android.permission.QUERY_ALL_PACKAGES", "GET_INSTALLED_APPS", Role::FOREGROUND, "GET_INSTALLED_APPS"},
 };
 
-const std::vector<std::pair<uint32_t, const char*>> FLAG_NAMES = {
-    {USER_SET, "USER_SET"}, {USER_FIXED, "USER_FIXED"}, {POLICY_FIXED, "POLICY_FIXED"},
-    {SYSTEM_FIXED, "SYSTEM_FIXED"}, {ONE_TIME, "ONE_TIME"}};
+const std::vector<std::pair<uint32_t, const char*>> FLAG_NAMES = {{USER_SET, "USER_SET"}, {USER_FIXED, "USER_FIXED"},
+    {POLICY_FIXED, "POLICY_FIXED"}, {SYSTEM_FIXED, "SYSTEM_FIXED"}, {ONE_TIME, "ONE_TIME"}};
 
 }  // namespace
 

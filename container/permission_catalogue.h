@@ -36,8 +36,8 @@ enum class Role {
 };
 
 struct CatalogueEntry {
-    const char* permission;      // "android.permission.CAMERA"
-    const char* group;           // the service's permission group: "CAMERA"
+    const char* permission;  // "android.permission.CAMERA"
+    const char* group;       // the service's permission group: "CAMERA"
     Role role;
     const char* operationGroup;  // the container's record group: "CAMERA"
 };

@@ -127,9 +127,8 @@ int32_t AbilityHost::WithExposed(
     if (ownerAbilityId == 0) {
         found = useObject();
     } else {
-        const int32_t result = WithAbility(ownerAbilityId, [&found, &useObject](IRemoteObject& /*owner*/) {
-            found = useObject();
-        });
+        const int32_t result =
+            WithAbility(ownerAbilityId, [&found, &useObject](IRemoteObject& /*owner*/) { found = useObject(); });
         if (result != 0) {
             return result;
         }

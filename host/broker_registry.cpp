@@ -26,7 +26,9 @@ constexpr int32_t NOT_REGISTERED = 404;
 
 }  // namespace
 
-BrokerRegistry::BrokerRegistry() : IPCObjectStub(u"ohos.host.BrokerRegistry") {}
+BrokerRegistry::BrokerRegistry() : IPCObjectStub(u"ohos.host.BrokerRegistry")
+{
+}
 
 bool BrokerRegistry::IsAdmitted(uid_t uid)
 {
@@ -82,9 +84,19 @@ int32_t BrokerRegistry::Unregister(const std::string& socketPath, std::string& m
     return DONE;
 }
 
+int32_t BrokerRegistry::IsRegistered(const std::string& socketPath, std::string& message)
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    if (registeredPath_.empty() || registeredPath_ != socketPath) {
+        message = "no broker is registered at " + socketPath;
+        return NOT_REGISTERED;
+    }
+    return DONE;
+}
+
 int BrokerRegistry::OnRemoteRequest(uint32_t code, MessageParcel& data, MessageParcel& reply, MessageOption& option)
 {
-    if (code != BrokerWire::REGISTER && code != BrokerWire::UNREGISTER) {
+    if (code != BrokerWire::REGISTER && code != BrokerWire::UNREGISTER && code != BrokerWire::IS_REGISTERED) {
         return IPCObjectStub::OnRemoteRequest(code, data, reply, option);
     }
     const auto uid = static_cast<uid_t>(IPCSkeleton::GetCallingUid());
@@ -97,6 +109,10 @@ int BrokerRegistry::OnRemoteRequest(uint32_t code, MessageParcel& data, MessageP
         message = "uid " + std::to_string(uid) + " is not the container's process";
     } else if (!data.ReadString(socketPath)) {
         message = "the request does not read";
+    } else if (code == BrokerWire::IS_REGISTERED) {
+        // A question, not a change: answered without a log line.
+        result = IsRegistered(socketPath, message);
+        return reply.WriteInt32(result) && reply.WriteString(message) ? ERR_NONE : ERR_INVALID_DATA;
     } else if (code == BrokerWire::REGISTER) {
         result = Register(socketPath, uid, message);
     } else {

@@ -10,8 +10,9 @@
  * write: what the service later connects to is then the registering process's, and nobody else's.
  *
  * Requests (message/broker_wire.h): REGISTER string socket path; UNREGISTER string socket path
- * (only the registered one is withdrawn). Reply: int32 result (0 done, 201 caller not admitted,
- * 401 a path that is refused, 404 nothing registered under the path), string message.
+ * (only the registered one is withdrawn); IS_REGISTERED string socket path. Reply: int32 result
+ * (0 done, or registered; 201 caller not admitted, 401 a path that is refused, 404 nothing
+ * registered under the path), string message.
  */
 #ifndef HOST_BROKER_REGISTRY_H
 #define HOST_BROKER_REGISTRY_H
@@ -41,6 +42,7 @@ public:
 private:
     int32_t Register(const std::string& socketPath, uid_t uid, std::string& message);
     int32_t Unregister(const std::string& socketPath, std::string& message);
+    int32_t IsRegistered(const std::string& socketPath, std::string& message);
 
     std::mutex mutex_;
     std::string registeredPath_;

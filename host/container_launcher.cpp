@@ -81,8 +81,8 @@ void ContainerLauncher::Watch()
         if (stop_) {
             return;
         }
-        HOSTD_LOGW("container pid %{public}d ended (status %{public}d); starting it again", static_cast<int>(pid),
-            status);
+        HOSTD_LOGW(
+            "container pid %{public}d ended (status %{public}d); starting it again", static_cast<int>(pid), status);
         earlyExits = std::chrono::steady_clock::now() - started < EARLY_EXIT ? earlyExits + 1 : 0;
         if (earlyExits >= EARLY_EXITS_TOLERATED) {
             HOSTD_LOGE("container ended %{public}d times right after starting; not starting it again", earlyExits);

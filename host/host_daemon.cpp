@@ -136,8 +136,8 @@ void HostDaemon::StartContainer()
     }
     if (!options_.logFile.empty()) {
         // Its own log, beside the daemon's.
-        const std::filesystem::path log =
-            std::filesystem::path(options_.logFile).parent_path() / (std::string(ContainerLauncher::PROGRAM_NAME) + ".log");
+        const std::filesystem::path log = std::filesystem::path(options_.logFile).parent_path() /
+                                          (std::string(ContainerLauncher::PROGRAM_NAME) + ".log");
         args.insert(args.end(), {"--log-file", log.string()});
     }
     container_.Start(std::move(args));

@@ -34,6 +34,8 @@ constexpr uint32_t SEND = 1;
 constexpr uint32_t DELIVER = 1;
 constexpr uint32_t REGISTER = 1;
 constexpr uint32_t UNREGISTER = 2;
+// Whether the broker at a socket path is the registered one (0) or not (404).
+constexpr uint32_t IS_REGISTERED = 3;
 
 // The process name of the container's native token on the device.
 constexpr const char* CONTAINER_PROCESS_NAME = "ovra_containerd";

@@ -121,7 +121,8 @@ LiveBroker::Outcome LiveBroker::ExchangeOnSocket(const std::string& socketPath, 
             ReturnClient(socketPath, std::move(client));
             return Outcome::ANSWERED;
         }
-        const bool stale = reused && (error == TransportError::CONNECTION_BROKEN || error == TransportError::NOT_CONNECTED);
+        const bool stale =
+            reused && (error == TransportError::CONNECTION_BROKEN || error == TransportError::NOT_CONNECTED);
         if (!stale) {
             failure = TransportErrorName(error);
             if (error == TransportError::TIMEOUT) {
@@ -174,8 +175,8 @@ LiveBroker::Outcome LiveBroker::Exchange(const std::string& path, const std::str
         failure = "an answer that does not read";
     }
     if (!failure.empty()) {
-        QZ_LOGE("the container broker failed for path=%s, action=%s: %s", path.c_str(), action.c_str(),
-            failure.c_str());
+        QZ_LOGE(
+            "the container broker failed for path=%s, action=%s: %s", path.c_str(), action.c_str(), failure.c_str());
         return Outcome::FAILED;
     }
     result = std::move(answer);

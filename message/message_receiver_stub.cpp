@@ -17,9 +17,12 @@ constexpr int CALLER_REFUSED = 201;
 
 }  // namespace
 
-MessageReceiverStub::MessageReceiverStub() : IPCObjectStub(u"ohos.security.privacy.MessageReceiver") {}
+MessageReceiverStub::MessageReceiverStub() : IPCObjectStub(u"ohos.security.privacy.MessageReceiver")
+{
+}
 
-int MessageReceiverStub::OnRemoteRequest(uint32_t code, MessageParcel& data, MessageParcel& reply, MessageOption& option)
+int MessageReceiverStub::OnRemoteRequest(
+    uint32_t code, MessageParcel& data, MessageParcel& reply, MessageOption& option)
 {
     if (code != BrokerWire::DELIVER) {
         return IPCObjectStub::OnRemoteRequest(code, data, reply, option);

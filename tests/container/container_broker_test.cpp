@@ -35,13 +35,13 @@ protected:
         ASSERT_TRUE(store_->PutApp(ContainerApp{CHAT, 100, CHAT_UID,
             {{"android.permission.CAMERA", true, USER_SET}, {"android.permission.RECORD_AUDIO", false, 0},
                 {"android.permission.BODY_SENSORS", true, SYSTEM_FIXED}}}));
-        ASSERT_TRUE(store_->PutApp(ContainerApp{"com.example.ovra.other", 101, 20220101,
-            {{"android.permission.CAMERA", true, 0}}}));
+        ASSERT_TRUE(store_->PutApp(
+            ContainerApp{"com.example.ovra.other", 101, 20220101, {{"android.permission.CAMERA", true, 0}}}));
         // Sensors: in the background at 1000 (3 uses) and 3000, in the foreground at 2000; a
         // camera use at 4000, at the end of the range, which it does not include.
-        ASSERT_TRUE(store_->AddUsage({{CHAT, 100, "SENSORS", 1000, 10, 3, 0, 2, 1},
-            {CHAT, 100, "SENSORS", 2000, 10, 1, 0, 1, 1}, {CHAT, 100, "SENSORS", 3000, 10, 2, 0, 2, 2},
-            {CHAT, 100, "CAMERA", 4000, 10, 1, 0, 1, 1}}));
+        ASSERT_TRUE(store_->AddUsage(
+            {{CHAT, 100, "SENSORS", 1000, 10, 3, 0, 2, 1}, {CHAT, 100, "SENSORS", 2000, 10, 1, 0, 1, 1},
+                {CHAT, 100, "SENSORS", 3000, 10, 2, 0, 2, 2}, {CHAT, 100, "CAMERA", 4000, 10, 1, 0, 1, 1}}));
     }
     void TearDown() override
     {
@@ -90,8 +90,8 @@ TEST_F(ContainerBrokerTest, PermissionMessagesReadAndChangeTheStore)
                 .dump())["success"];
     };
     EXPECT_EQ(set("MICROPHONE", "ALLOW_ONLY_WHILE_IN_USE", 100 * 200000), true);
-    EXPECT_EQ(set("SENSORS", "DENY", 100 * 200000), false);   // fixed by the system
-    EXPECT_EQ(set("CAMERA", "DENY", 101 * 200000), false);    // not installed for user 101
+    EXPECT_EQ(set("SENSORS", "DENY", 100 * 200000), false);  // fixed by the system
+    EXPECT_EQ(set("CAMERA", "DENY", 101 * 200000), false);   // not installed for user 101
     EXPECT_EQ(set("CAMERA", "MEDIA_ONLY", 100 * 200000), false);
 
     // Written, and still there once the store is opened again.

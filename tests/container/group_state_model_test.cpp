@@ -74,7 +74,8 @@ TEST(GroupStateModelTest, GroupsReadFromTheContainersPermissions)
     }
     // Groups come in the service's vocabulary order, only those the app asks for.
     std::vector<std::string> groups;
-    for (const GroupView& view : GroupStateModel::GroupsOf(AppWith({{SENSORS, true, 0}, {CAMERA, true, 0}, {FINE, true, 0}}))) {
+    for (const GroupView& view :
+        GroupStateModel::GroupsOf(AppWith({{SENSORS, true, 0}, {CAMERA, true, 0}, {FINE, true, 0}}))) {
         groups.push_back(view.group);
     }
     EXPECT_EQ(groups, (States{"LOCATION", "PRECISE_LOCATION", "CAMERA", "SENSORS"}));
@@ -97,13 +98,14 @@ TEST(GroupStateModelTest, APickedStateWritesTheContainersPermissions)
         {"LOCATION", "ALLOW_ONLY_WHILE_IN_USE", 0xFF, USER_SET | POLICY_FIXED,
             {{true, USER_SET}, {true, USER_SET}, {false, USER_SET}}},
         {"LOCATION", "ASK_EACH_TIME", USER_FIXED, USER_FIXED,
-            {{false, USER_SET | USER_FIXED | ONE_TIME}, {false, USER_FIXED | ONE_TIME}, {false, USER_FIXED | ONE_TIME}}},
+            {{false, USER_SET | USER_FIXED | ONE_TIME}, {false, USER_FIXED | ONE_TIME},
+                {false, USER_FIXED | ONE_TIME}}},
         {"CAMERA", "ALLOW_ONLY_WHILE_IN_USE", USER_SET, USER_SET, {{true, USER_SET}}},
         {"STORAGE", "MEDIA_ONLY", 0, 0, {{true, 0}, {false, 0}}},
         {"STORAGE", "ALLOW_MANAGEMENT_OF_ALL_FILES", 0, 0, {{true, 0}, {true, 0}}},
-        {"CAMERA", "ALLOW", 0, 0, {}},         // not offered for the camera
-        {"SENSORS", "DENY", 0, 0, {}},         // fixed by the system
-        {"CONTACTS", "DENY", 0, 0, {}},        // not requested
+        {"CAMERA", "ALLOW", 0, 0, {}},   // not offered for the camera
+        {"SENSORS", "DENY", 0, 0, {}},   // fixed by the system
+        {"CONTACTS", "DENY", 0, 0, {}},  // not requested
     };
     for (const Case& c : cases) {
         std::string why;

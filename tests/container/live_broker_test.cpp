@@ -61,7 +61,8 @@ protected:
     void RegisterBroker()
     {
         OHOS::Host::SystemAbilityManager::GetInstance().AddSystemAbility(BrokerWire::BROKER_ABILITY_ID,
-            OHOS::sptr<OHOS::IRemoteObject>(new Transport::SocketRemoteObject(socketPath_, BrokerWire::BROKER_ABILITY_ID)));
+            OHOS::sptr<OHOS::IRemoteObject>(
+                new Transport::SocketRemoteObject(socketPath_, BrokerWire::BROKER_ABILITY_ID)));
     }
 
     std::string directory_;
@@ -98,8 +99,8 @@ TEST_F(LiveBrokerTest, ABrokerThatDoesNotAnswerInTimeFailsTheRequest)
     std::mutex mutex;
     std::condition_variable released;
     bool release = false;
-    server_ = std::make_unique<Transport::SocketServer>(socketPath_,
-        [&](const Transport::PeerCredentials&, const Transport::RequestFrame&) {
+    server_ = std::make_unique<Transport::SocketServer>(
+        socketPath_, [&](const Transport::PeerCredentials&, const Transport::RequestFrame&) {
             std::unique_lock<std::mutex> lock(mutex);
             released.wait_for(lock, std::chrono::seconds(20), [&release] { return release; });
             return Transport::ReplyFrame{};
@@ -135,8 +136,8 @@ TEST_F(LiveBrokerTest, OnlyTheBrokersProcessReachesTheReceivers)
             return {0, action, query.body};
         }
     };
-    server_ = std::make_unique<Transport::SocketServer>(
-        socketPath_, [](const Transport::PeerCredentials&, const Transport::RequestFrame&) { return Transport::ReplyFrame{}; });
+    server_ = std::make_unique<Transport::SocketServer>(socketPath_,
+        [](const Transport::PeerCredentials&, const Transport::RequestFrame&) { return Transport::ReplyFrame{}; });
     ASSERT_EQ(server_->Start(), Transport::TransportError::OK);
     auto& proxy = MessageBrokerProxy::GetInstance();
     proxy.RegisterReceiver("ohos/clone", std::make_shared<Probe>());

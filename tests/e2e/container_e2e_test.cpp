@@ -165,8 +165,8 @@ TEST_F(ContainerE2eTest, ContainerAppsAreServedWhileTheContainerLivesAndRefusedW
     EXPECT_EQ(refused.value("message", ""), "we have no container trel service broker");
     EXPECT_NE(AsSettings({"set", CHAT, "CAMERA", "ALLOW_ONLY_WHILE_IN_USE"}).exitCode, 0);
     EXPECT_GE(NoBrokerLines(), warnedBefore + 4);
-    EXPECT_THAT(hostd_.RunTool("hidumper", {"-s", "65993", "-a", "message"}).out,
-        HasSubstr("no dump for no broker rom."));
+    EXPECT_THAT(
+        hostd_.RunTool("hidumper", {"-s", "65993", "-a", "message"}).out, HasSubstr("no dump for no broker rom."));
 
     // Back: the same daemon and service reach it again, and its store kept the change.
     ASSERT_TRUE(StartContainer()) << hostd_.Log();

@@ -73,14 +73,15 @@ void StartBroker()
         char directory[] = "/tmp/asp-broker-fuzz-XXXXXX";
         FUZZ_CHECK(mkdtemp(directory) != nullptr);
         const std::string path = std::string(directory) + "/broker.sock";
-        static Transport::SocketServer server(path, [](const Transport::PeerCredentials&, const Transport::RequestFrame&) {
-            Answer& answer = NextAnswer();
-            std::lock_guard<std::mutex> lock(answer.mutex);
-            Transport::ReplyFrame reply;
-            reply.status = answer.status;
-            reply.payload = answer.payload;
-            return reply;
-        });
+        static Transport::SocketServer server(
+            path, [](const Transport::PeerCredentials&, const Transport::RequestFrame&) {
+                Answer& answer = NextAnswer();
+                std::lock_guard<std::mutex> lock(answer.mutex);
+                Transport::ReplyFrame reply;
+                reply.status = answer.status;
+                reply.payload = answer.payload;
+                return reply;
+            });
         FUZZ_CHECK(server.Start() == Transport::TransportError::OK);
         OHOS::Host::SystemAbilityManager::GetInstance().AddSystemAbility(BrokerWire::BROKER_ABILITY_ID,
             OHOS::sptr<OHOS::IRemoteObject>(new Transport::SocketRemoteObject(path, BrokerWire::BROKER_ABILITY_ID)));
@@ -158,7 +159,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         case 2: {
             const Srv::Permission::PermissionManagementIntf::NewCheckedStatePack pack(
                 Srv::Permission::PermissionGroupState::DENY, 3, 1);
-            const bool set = permissions.SetAppPermissionGroupCheckedState(BUNDLE, USER * 200000, PermissionGroup::CAMERA, pack);
+            const bool set =
+                permissions.SetAppPermissionGroupCheckedState(BUNDLE, USER * 200000, PermissionGroup::CAMERA, pack);
             FUZZ_CHECK(!set || mayAnswer);
             break;
         }
