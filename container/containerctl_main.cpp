@@ -116,30 +116,55 @@ private:
     std::string socketPath_;
 };
 
+// Members of the container's answers, read without trusting their types.
+std::string Text(const json& object, const char* key)
+{
+    const auto found = object.is_object() ? object.find(key) : object.end();
+    return found != object.end() && found->is_string() ? found->get<std::string>() : std::string();
+}
+
+long long Number(const json& object, const char* key)
+{
+    const auto found = object.is_object() ? object.find(key) : object.end();
+    return found != object.end() && found->is_number_integer() ? found->get<long long>() : 0;
+}
+
+bool Flag(const json& object, const char* key)
+{
+    const auto found = object.is_object() ? object.find(key) : object.end();
+    return found != object.end() && found->is_boolean() && found->get<bool>();
+}
+
+const json& List(const json& object, const char* key)
+{
+    static const json empty = json::array();
+    const auto found = object.is_object() ? object.find(key) : object.end();
+    return found != object.end() && found->is_array() ? *found : empty;
+}
+
 void PrintApps(const json& answer)
 {
-    for (const json& app : answer.value("apps", json::array())) {
+    for (const json& app : List(answer, "apps")) {
         std::printf(
-            "%s  user %d  uid %d\n", app.value("bundleName", "").c_str(), app.value("userId", 0), app.value("uid", 0));
-        for (const json& permission : app.value("permissions", json::array())) {
-            std::printf("  %-46s %-8s %s\n", permission.value("name", "").c_str(),
-                permission.value("granted", false) ? "granted" : "denied", permission.value("flagsText", "").c_str());
+            "%s  user %lld  uid %lld\n", Text(app, "bundleName").c_str(), Number(app, "userId"), Number(app, "uid"));
+        for (const json& permission : List(app, "permissions")) {
+            std::printf("  %-46s %-8s %s\n", Text(permission, "name").c_str(),
+                Flag(permission, "granted") ? "granted" : "denied", Text(permission, "flagsText").c_str());
         }
-        for (const json& group : app.value("groups", json::array())) {
-            std::printf("  group %-22s %s  of %s\n", group.value("permissionGroup", "").c_str(),
-                group.value("checkedState", "").c_str(), group["shownStates"].dump().c_str());
+        for (const json& group : List(app, "groups")) {
+            std::printf("  group %-22s %-30s of %s\n", Text(group, "permissionGroup").c_str(),
+                Text(group, "checkedState").c_str(), List(group, "shownStates").dump().c_str());
         }
     }
 }
 
 void PrintUsage(const json& answer)
 {
-    for (const json& record : answer.value("records", json::array())) {
-        std::printf("%lld  %-20s x%d  %s %s %s\n", static_cast<long long>(record.value("timeMs", int64_t{0})),
-            record.value("operationGroup", "").c_str(), record.value("count", 0),
-            record.value("mode", 0) == 0 ? "allowed" : "rejected",
-            record.value("appState", 1) == 1 ? "foreground" : "background",
-            record.value("screenState", 1) == 1 ? "unlocked" : "locked");
+    for (const json& record : List(answer, "records")) {
+        std::printf("%lld  %-20s x%lld  %s %s %s\n", Number(record, "timeMs"), Text(record, "operationGroup").c_str(),
+            Number(record, "count"), Number(record, "mode") == 0 ? "allowed" : "rejected",
+            Number(record, "appState") == 2 ? "background" : "foreground",
+            Number(record, "screenState") == 2 ? "locked" : "unlocked");
     }
 }
 
@@ -287,7 +312,7 @@ int main(int argc, char** argv)
         if (showUser->count() > 0) {
             body["userId"] = userId;
         }
-        return ctl.Command("show", body, [](const json& answer) { PrintApps(answer.is_object() ? answer : json()); });
+        return ctl.Command("show", body, PrintApps);
     }
     if (usage->parsed()) {
         return ctl.Command("usage", json{{"bundleName", bundleName}, {"userId", userId}, {"limit", limit}}, PrintUsage);

@@ -94,36 +94,63 @@ TEST_F(LiveBrokerTest, ABrokerWhoseProcessIsGoneIsNoBroker)
     EXPECT_EQ(dump.Lines(), std::vector<std::string>{"no dump for no broker rom."});
 }
 
-TEST_F(LiveBrokerTest, ABrokerThatDoesNotAnswerInTimeFailsTheRequest)
+TEST_F(LiveBrokerTest, ABrokerThatMisbehavesFailsTheRequestWithALogLine)
 {
+    enum class Misbehaviour { SLOW, HUGE, NOT_A_PARCEL, STATUS };
     std::mutex mutex;
     std::condition_variable released;
     bool release = false;
+    Misbehaviour current = Misbehaviour::SLOW;
     server_ = std::make_unique<Transport::SocketServer>(
         socketPath_, [&](const Transport::PeerCredentials&, const Transport::RequestFrame&) {
             std::unique_lock<std::mutex> lock(mutex);
-            released.wait_for(lock, std::chrono::seconds(20), [&release] { return release; });
-            return Transport::ReplyFrame{};
+            Transport::ReplyFrame reply;
+            switch (current) {
+                case Misbehaviour::SLOW:
+                    released.wait_for(lock, std::chrono::seconds(20), [&release] { return release; });
+                    break;
+                case Misbehaviour::HUGE: reply.payload.assign(2U << 20, 0); break;
+                case Misbehaviour::NOT_A_PARCEL: reply.payload = {1, 2, 3}; break;
+                case Misbehaviour::STATUS: reply.status = 5; break;
+            }
+            return reply;
         });
     ASSERT_EQ(server_->Start(), Transport::TransportError::OK);
     RegisterBroker();
 
-    LogCapture capture;
-    const auto started = std::chrono::steady_clock::now();
-    const auto result = MessageBrokerProxy::GetInstance().Send("ovra/permission", "getAppPermissionGroupsByApp", {});
-    const auto waited = std::chrono::steady_clock::now() - started;
-    {
-        std::lock_guard<std::mutex> lock(mutex);
-        release = true;
+    const struct {
+        Misbehaviour misbehaviour;
+        const char* reason;
+    } cases[] = {
+        {Misbehaviour::SLOW, "timeout"},
+        {Misbehaviour::HUGE, "reply too large"},
+        {Misbehaviour::NOT_A_PARCEL, "not a parcel"},
+        {Misbehaviour::STATUS, "broker status 5"},
+    };
+    for (const auto& c : cases) {
+        {
+            std::lock_guard<std::mutex> lock(mutex);
+            current = c.misbehaviour;
+        }
+        LogCapture capture;
+        const auto started = std::chrono::steady_clock::now();
+        const auto result =
+            MessageBrokerProxy::GetInstance().Send("ovra/permission", "getAppPermissionGroupsByApp", {});
+        const auto waited = std::chrono::steady_clock::now() - started;
+        {
+            std::lock_guard<std::mutex> lock(mutex);
+            release = true;
+        }
+        released.notify_all();
+        EXPECT_EQ(result.code, -1) << c.reason;
+        EXPECT_EQ(result.message, MessageBrokerProxy::BROKER_FAILED_MESSAGE) << c.reason;
+        EXPECT_TRUE(result.data.empty()) << c.reason;
+        EXPECT_EQ(capture.Count(LOG_ERROR, "the container broker failed for path=ovra/permission"), 1U) << c.reason;
+        EXPECT_TRUE(capture.Contains(c.reason)) << c.reason;
+        EXPECT_FALSE(capture.Contains(NO_BROKER_LINE)) << c.reason;
+        // Not a speed figure: the thread came back instead of waiting for the broker's 20 seconds.
+        EXPECT_LT(waited, std::chrono::seconds(15)) << c.reason;
     }
-    released.notify_all();
-    EXPECT_EQ(result.code, -1);
-    EXPECT_EQ(result.message, MessageBrokerProxy::BROKER_FAILED_MESSAGE);
-    EXPECT_TRUE(result.data.empty());
-    EXPECT_EQ(capture.Count(LOG_ERROR, "the container broker failed for path=ovra/permission"), 1U);
-    EXPECT_FALSE(capture.Contains(NO_BROKER_LINE));
-    // Not a speed figure: the thread came back instead of waiting for the broker's 20 seconds.
-    EXPECT_LT(waited, std::chrono::seconds(15));
 }
 
 TEST_F(LiveBrokerTest, OnlyTheBrokersProcessReachesTheReceivers)
@@ -144,7 +171,7 @@ TEST_F(LiveBrokerTest, OnlyTheBrokersProcessReachesTheReceivers)
 
     // The socket is this process's: its uid is the broker's.
     const auto deliver = [](uid_t uid) {
-        OHOS::ScopedCallingIdentity caller(OHOS::CallerIdentity{getpid(), uid, 0, 0});
+        OHOS::Host::ScopedCallingIdentity caller(OHOS::Host::CallerIdentity{getpid(), uid, 0, 0});
         OHOS::sptr<Srv::Message::MessageReceiverStub> stub = new Srv::Message::MessageReceiverStub();
         OHOS::MessageParcel data;
         OHOS::MessageParcel reply;

@@ -15,6 +15,10 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include "message/broker_wire.h"
+#include "message_option.h"
+#include "message_parcel.h"
+#include "platform/transport/socket_remote_object.h"
 #include "tests/e2e/hostd_harness.h"
 
 namespace AspTest {
