@@ -157,7 +157,11 @@ bool ContainerDaemon::Start()
 bool ContainerDaemon::TakeStoreDirectory()
 {
     std::string message;
-    if (!PrivateDirectory(options_.dataRoot, message) || !PrivateDirectory(options_.storeDirectory, message)) {
+    // The data root is made (as the daemon makes it) only for the store that lies in it: a
+    // container of a uid of its own keeps its store elsewhere, in a directory of that uid.
+    const bool storeInDataRoot = options_.storeDirectory == StoreDirectoryOf(options_.dataRoot);
+    if ((storeInDataRoot && !PrivateDirectory(options_.dataRoot, message)) ||
+        !PrivateDirectory(options_.storeDirectory, message)) {
         return Fail(message);
     }
     const std::string lockPath = options_.storeDirectory + "/" + LOCK_FILE_NAME;

@@ -1,11 +1,16 @@
-// The container beside the device host: ovra_containerd registers its broker with the real daemon,
+// The container beside the device host: ovra_containerd, as the device's container process of its own
+// uid, registers its broker with the real daemon,
 // and the privacy service, driven with aspctl as the settings app, reaches the container's apps
 // through it; while the container is dead the service answers exactly as with no broker, and it
 // reaches the container again once the container is back.
 
+#include <grp.h>
 #include <signal.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
+
+#include <cerrno>
 
 #include <chrono>
 #include <string>
@@ -28,6 +33,8 @@ using ::testing::HasSubstr;
 
 constexpr const char* SETTINGS = "com.ohos.permissionmanager";
 constexpr const char* CHAT = "com.example.ovra.chat";
+// The uid of the device's native process "ovra_containerd" (profiles/default_device.json).
+constexpr uid_t CONTAINER_UID = 5580;
 constexpr const char* NO_BROKER_LINE = "We have no container trel service broker, no need to do so.";
 
 class ContainerE2eTest : public testing::Test {
@@ -42,14 +49,25 @@ protected:
 
     void TearDown() override { KillContainer(); }
 
-    // Starts ovra_containerd on the harness's device and waits until the daemon has its broker.
+    // Starts ovra_containerd as the device's container process (its own uid, its store in a
+    // directory of that uid) and waits until the daemon has its broker.
     bool StartContainer()
     {
         const std::string program = HostdHarness::Program("ovra_containerd");
         const std::vector<std::string> args = {program, "--data-root", hostd_.DataRoot(), "--socket",
-            hostd_.SocketPath(), "--profile", ASP_E2E_PROFILE, "--log-file", hostd_.Directory() + "/container.log"};
+            hostd_.SocketPath(), "--profile", ASP_E2E_PROFILE, "--store", Store(), "--log-file",
+            Store() + "/container.log"};
+        if (mkdir(Store().c_str(), 0700) != 0 && errno != EEXIST) {
+            return false;
+        }
+        if (chown(Store().c_str(), CONTAINER_UID, CONTAINER_UID) != 0) {
+            return false;
+        }
         container_ = fork();
         if (container_ == 0) {
+            if (setgroups(0, nullptr) != 0 || setgid(CONTAINER_UID) != 0 || setuid(CONTAINER_UID) != 0) {
+                _exit(126);
+            }
             std::vector<char*> argv;
             for (const std::string& arg : args) {
                 argv.push_back(const_cast<char*>(arg.c_str()));
@@ -58,7 +76,8 @@ protected:
             execv(argv[0], argv.data());
             _exit(127);
         }
-        const std::string registered = "container broker registered: pid " + std::to_string(container_);
+        const std::string registered =
+            "container broker registered: pid " + std::to_string(container_) + " uid " + std::to_string(CONTAINER_UID);
         return container_ > 0 &&
                WaitFor([this, &registered] { return hostd_.Log().find(registered) != std::string::npos; },
                    std::chrono::seconds(10));
@@ -86,9 +105,11 @@ protected:
         return nlohmann::json::parse(result.out, nullptr, false);
     }
 
+    std::string Store() const { return hostd_.Directory() + "/ovra"; }
+
     nlohmann::json Container(std::vector<std::string> args)
     {
-        args.insert(args.begin(), {"--data-root", hostd_.DataRoot(), "--json"});
+        args.insert(args.begin(), {"--data-root", hostd_.DataRoot(), "--store", Store(), "--json"});
         const ToolResult result = hostd_.RunTool("containerctl", args);
         EXPECT_EQ(result.exitCode, 0) << result.err;
         return nlohmann::json::parse(result.out, nullptr, false);
