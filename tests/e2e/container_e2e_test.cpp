@@ -1,8 +1,7 @@
-// The container beside the device host: ovra_containerd, as the device's container process of its own
-// uid, registers its broker with the real daemon,
-// and the privacy service, driven with aspctl as the settings app, reaches the container's apps
-// through it; while the container is dead the service answers exactly as with no broker, and it
-// reaches the container again once the container is back.
+// The container beside the device host: ovra_containerd, as the device's container process of its
+// own uid, registers its broker with the real daemon, and the privacy service, driven with aspctl as
+// the settings app, reaches the container's apps through it; while the container is dead the service
+// answers exactly as with no broker, and it reaches the container again once the container is back.
 
 #include <grp.h>
 #include <signal.h>
