@@ -5,9 +5,10 @@
  * and the stop hook after the ability's OnStop (the library is dlclose'd there), so that the next
  * request loads it again.
  *
- * A request reaches an ability only through WithAbility, which keeps the library mapped while the
- * request runs in it: the stop hook waits for requests in flight before the library goes, and a
- * request that comes while the ability stops waits for the unload, then loads the library again.
+ * A request reaches an ability only through WithAbility, a use of the manager's: it reaches the
+ * ability only once the library has loaded and OnStart has returned, and the ability neither stops
+ * nor loses its library while the request runs in it; a request that comes while the ability
+ * stops waits for the unload, then loads the library again.
  *
  * Thread-safe. Install once, before requests come; Shutdown before the process exits.
  */
@@ -19,7 +20,6 @@
 #include <functional>
 #include <map>
 #include <mutex>
-#include <shared_mutex>
 #include <string>
 #include <vector>
 
@@ -78,8 +78,6 @@ private:
     int32_t WithExposed(
         int32_t objectId, int32_t ownerAbilityId, const std::function<void(IRemoteObject& object)>& use);
 
-    // Readers: requests holding an ability's object. Writer: the stop hook unmapping a library.
-    std::shared_mutex gate_;
     mutable std::mutex mutex_;  // the table below
     std::map<int32_t, Library> libraries_;
     std::map<int32_t, int32_t> exposed_;  // object id to its owner ability (0: none)

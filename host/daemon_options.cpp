@@ -2,12 +2,30 @@
 
 #include <CLI/CLI.hpp>
 
+#include <chrono>
+#include <cstdio>
 #include <map>
 
 #include "host/host_paths.h"
 #include "platform/base/data_root.h"
 
 namespace OHOS::Host::Daemon {
+namespace {
+
+constexpr int64_t LONGEST_TIMEOUT_MS = 3600000;
+constexpr uint64_t MIB = uint64_t{1} << 20U;
+
+int64_t Millis(std::chrono::milliseconds duration)
+{
+    return static_cast<int64_t>(duration.count());
+}
+
+std::string Mib(uint64_t bytes)
+{
+    return std::to_string(bytes / MIB) + "MiB";
+}
+
+}  // namespace
 
 std::optional<DaemonOptions> DaemonOptions::Parse(int argc, char** argv, int& exitCode)
 {
@@ -40,6 +58,49 @@ std::optional<DaemonOptions> DaemonOptions::Parse(int argc, char** argv, int& ex
     app.add_option("--unload-delay-ms", unloadDelayMs,
            "idle time after which ability 65993 asks to be unloaded (sets persist.security_privacy.unload_delay_ms)")
         ->check(CLI::Range(int64_t{0}, int64_t{86400000}));
+    // The socket's budgets. The defaults are the transport's own, sized for a device.
+    Transport::ServerOptions& server = options.server;
+    int64_t firstFrameTimeoutMs = Millis(server.firstFrameTimeout);
+    int64_t frameTimeoutMs = Millis(server.readTimeout);
+    int64_t replyTimeoutMs = Millis(server.writeTimeout);
+    uint64_t frameBudget = server.frameBudget;
+    uint64_t replyQueue = server.replyQueueLimit;
+    app.add_option("--max-connections", server.maxConnections, "connections open at once, every caller together")
+        ->capture_default_str()
+        ->check(CLI::Range(1, 65536));
+    app.add_option("--system-reserve", server.systemReserve,
+           "of those, the places kept for root, asp_hostd's own uid and the device's native processes and shell, "
+           "so that they get in however many connections apps hold")
+        ->capture_default_str()
+        ->check(CLI::Range(0, 65535));
+    app.add_option("--connections-per-uid", server.connectionsPerUid,
+           "connections one uid may hold at once, system callers excepted (0: no quota)")
+        ->capture_default_str()
+        ->check(CLI::Range(0, 65536));
+    app.add_option("--first-frame-timeout-ms", firstFrameTimeoutMs,
+           "a new connection that begins no request within this time is closed")
+        ->capture_default_str()
+        ->check(CLI::Range(int64_t{1}, LONGEST_TIMEOUT_MS));
+    app.add_option("--frame-timeout-ms", frameTimeoutMs,
+           "a request must arrive whole within this time of its first byte, or its connection is closed")
+        ->capture_default_str()
+        ->check(CLI::Range(int64_t{1}, LONGEST_TIMEOUT_MS));
+    app.add_option("--reply-timeout-ms", replyTimeoutMs,
+           "a client must take its whole reply within this time, or its connection is closed")
+        ->capture_default_str()
+        ->check(CLI::Range(int64_t{1}, LONGEST_TIMEOUT_MS));
+    app.add_option("--frame-budget", frameBudget,
+           "bytes held for every client together: requests arriving or waiting for a thread, replies not yet "
+           "taken; over it, the uid holding the most loses its largest connection (at least " +
+               Mib(Transport::DEFAULT_MAX_PAYLOAD) + ", a whole request at the cap)")
+        ->transform(CLI::AsSizeValue(false))
+        ->default_str(Mib(server.frameBudget));
+    app.add_option("--reply-queue", replyQueue,
+           "bytes of one reply a connection may leave untaken; a reply that leaves more closes its connection "
+           "(at most " +
+               Mib(Transport::DEFAULT_MAX_PAYLOAD) + ", a whole reply at the cap)")
+        ->transform(CLI::AsSizeValue(false))
+        ->default_str(Mib(server.replyQueueLimit));
     app.add_flag("--with-container", options.withContainer,
         "start the container (ovra_containerd, beside asp_hostd) once serving, and keep it running");
     try {
@@ -49,6 +110,25 @@ std::optional<DaemonOptions> DaemonOptions::Parse(int argc, char** argv, int& ex
         exitCode = app.exit(error) == 0 ? 0 : 2;
         return std::nullopt;
     }
+
+    std::string mistake;
+    if (server.systemReserve >= server.maxConnections) {
+        mistake = "--system-reserve must be less than --max-connections";
+    } else if (frameBudget < Transport::DEFAULT_MAX_PAYLOAD) {
+        mistake = "--frame-budget must hold at least one whole request (" + Mib(Transport::DEFAULT_MAX_PAYLOAD) + ")";
+    } else if (replyQueue > Transport::DEFAULT_MAX_PAYLOAD) {
+        mistake = "--reply-queue can be at most " + Mib(Transport::DEFAULT_MAX_PAYLOAD) + ", the largest reply";
+    }
+    if (!mistake.empty()) {
+        std::fprintf(stderr, "%s\nRun with --help for more information.\n", mistake.c_str());
+        exitCode = 2;
+        return std::nullopt;
+    }
+    server.firstFrameTimeout = std::chrono::milliseconds(firstFrameTimeoutMs);
+    server.readTimeout = std::chrono::milliseconds(frameTimeoutMs);
+    server.writeTimeout = std::chrono::milliseconds(replyTimeoutMs);
+    server.frameBudget = static_cast<size_t>(frameBudget);
+    server.replyQueueLimit = static_cast<size_t>(replyQueue);
 
     static const std::map<std::string, LogLevel> LEVELS = {{"debug", LOG_DEBUG}, {"D", LOG_DEBUG}, {"info", LOG_INFO},
         {"I", LOG_INFO}, {"warn", LOG_WARN}, {"W", LOG_WARN}, {"error", LOG_ERROR}, {"E", LOG_ERROR},

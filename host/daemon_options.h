@@ -10,6 +10,7 @@
 #include <string>
 
 #include "hilog/log.h"
+#include "platform/transport/socket_server.h"
 
 namespace OHOS::Host::Daemon {
 
@@ -24,6 +25,9 @@ struct DaemonOptions {
     // The ability's idle delay before it asks to be unloaded (the service's diagnostic parameter);
     // empty: leave the parameter as the device has it.
     std::optional<int64_t> unloadDelayMs;
+    // The socket's budgets (connections, deadlines, bytes held for clients), from the command line;
+    // the daemon fills in the pool's size, the passed socket and who its system callers are.
+    Transport::ServerOptions server;
     // Start the container's process (ovra_containerd, beside asp_hostd) once serving, and keep it
     // running until the daemon stops.
     bool withContainer = false;

@@ -11,6 +11,7 @@
 #include "access_token_error.h"
 #include "accesstoken_kit.h"
 #include "appexecfwk_errors.h"
+#include "host/host_control_checks.h"
 #include "host/host_control_protocol.h"
 #include "host/host_log.h"
 #include "ipc_types.h"
@@ -35,10 +36,14 @@ constexpr int32_t PRIVACY_PARAM_INVALID = 13100001;
 constexpr int32_t PRIVACY_TOKENID_NOT_EXIST = 13100002;
 constexpr int32_t PRIVACY_PERMISSION_NOT_EXIST = 13100003;
 
+// Requests name what the caller typed: shown bounded and escaped.
 std::string Quoted(const std::string& text)
 {
-    return "'" + text + "'";
+    return HostControlChecks::Shown(text);
 }
+
+// The most records one bulk add may carry.
+constexpr int32_t MAX_BULK_RECORDS = 10000;
 
 std::string BundleText(const std::string& bundleName, int32_t userId)
 {
@@ -156,8 +161,13 @@ std::string BundleErrorText(ErrCode code, const std::string& bundleName, int32_t
         case AppExecFwk::Host::ERR_HOST_BUNDLE_ALREADY_INSTALLED:
             return BundleText(bundleName, userId) + " is installed already";
         case OHOS::ERR_BUNDLE_MANAGER_PARAM_ERROR:
-            return "the bundle manager refused the bundle: an empty name, an app index out of range or taken, "
-                   "or a bad permission list";
+            return "the bundle manager refused the bundle: its app index is another bundle's, or not the one it "
+                   "has on other users, or its app id is not the one it has on other users";
+        case AppExecFwk::Host::ERR_HOST_BUNDLE_UID_RESERVED:
+            return "refused: the uid the bundle would have on user " + std::to_string(userId) +
+                   " belongs to a system process";
+        case AppExecFwk::Host::ERR_HOST_BUNDLE_NOT_STORED:
+            return "the device database could not store the installation; nothing of it was kept (see asp_hostd's log)";
         default: return "the bundle manager answered " + std::to_string(code);
     }
 }
@@ -224,6 +234,7 @@ int32_t HostControl::Dispatch(uint32_t code, MessageParcel& data, MessageParcel&
         case HostControlCode::LIST_BUNDLES: return ListBundles(data, out);
         case HostControlCode::UPDATE_PERMISSION: return UpdatePermission(data, message);
         case HostControlCode::ADD_USAGE: return AddUsage(data, message);
+        case HostControlCode::ADD_USAGES: return AddUsages(data, message);
         case HostControlCode::SET_PARAMETER: return SetParameter(data, message);
         case HostControlCode::GET_PARAMETER: return GetParameter(data, out, message);
         case HostControlCode::LIST_PARAMETERS: return ListParameters(out);
@@ -249,6 +260,13 @@ int32_t HostControl::InstallBundle(MessageParcel& data, MessageParcel& out, std:
         !ReadPermissions(data, permissions)) {
         message = "an install request carries: name, user, app index, system flag, entity type, permissions";
         return HOST_CONTROL_INVALID_ARGUMENT;
+    }
+    for (const std::string& problem : {HostControlChecks::BundleName(params.bundleName),
+             HostControlChecks::AppIndex(params.appIndex), HostControlChecks::Permissions(permissions)}) {
+        if (!problem.empty()) {
+            message = problem;
+            return HOST_CONTROL_INVALID_ARGUMENT;
+        }
     }
     params.permissions = ToStatuses(permissions);
     InstalledBundle installed;
@@ -330,6 +348,10 @@ int32_t HostControl::UpdatePermission(MessageParcel& data, std::string& message)
         message = "a grant or revoke carries: token id (0: by bundle), bundle, user, permission, grant, flags";
         return HOST_CONTROL_INVALID_ARGUMENT;
     }
+    message = HostControlChecks::Permission(permission);
+    if (!message.empty()) {
+        return HOST_CONTROL_INVALID_ARGUMENT;
+    }
     tokenId = ResolveToken(tokenId, bundleName, userId, message);
     if (tokenId == 0) {
         return HOST_CONTROL_NOT_FOUND;
@@ -346,12 +368,11 @@ int32_t HostControl::UpdatePermission(MessageParcel& data, std::string& message)
     return HOST_CONTROL_OK;
 }
 
-int32_t HostControl::AddUsage(MessageParcel& data, std::string& message)
+int32_t HostControl::ReadUsage(MessageParcel& data, Security::AccessToken::Host::UsageRecord& record, std::string& message)
 {
     AccessTokenID tokenId = 0;
     std::string bundleName;
     int32_t userId = 0;
-    Security::AccessToken::Host::UsageRecord record;
     int32_t type = 0;
     if (!data.ReadUint32(tokenId) || !data.ReadString(bundleName) || !data.ReadInt32(userId) ||
         !data.ReadString(record.permissionName) || !data.ReadInt32(record.successCount) ||
@@ -363,13 +384,23 @@ int32_t HostControl::AddUsage(MessageParcel& data, std::string& message)
             "fail count, app status, lock-screen status, used type, time (0: now), duration";
         return HOST_CONTROL_INVALID_ARGUMENT;
     }
-    record.tokenId = ResolveToken(tokenId, bundleName, userId, message);
-    if (record.tokenId == 0) {
-        return HOST_CONTROL_NOT_FOUND;
+    const int64_t now = NowMillis();
+    message = HostControlChecks::Usage(record, type, now);
+    if (!message.empty()) {
+        return HOST_CONTROL_INVALID_ARGUMENT;
     }
     record.type = static_cast<Security::AccessToken::PermissionUsedType>(type);
-    if (record.timestamp == 0) {
-        record.timestamp = NowMillis();
+    record.timestamp = record.timestamp == 0 ? now : record.timestamp;
+    record.tokenId = ResolveToken(tokenId, bundleName, userId, message);
+    return record.tokenId == 0 ? HOST_CONTROL_NOT_FOUND : HOST_CONTROL_OK;
+}
+
+int32_t HostControl::AddUsage(MessageParcel& data, std::string& message)
+{
+    Security::AccessToken::Host::UsageRecord record;
+    const int32_t read = ReadUsage(data, record, message);
+    if (read != HOST_CONTROL_OK) {
+        return read;
     }
     const int32_t result = PrivacyRecordService::GetInstance().AddRecord(record);
     if (result != 0) {
@@ -377,6 +408,33 @@ int32_t HostControl::AddUsage(MessageParcel& data, std::string& message)
         return result;
     }
     HOSTD_LOGI("recorded %{public}s for token %{public}u", record.permissionName.c_str(), record.tokenId);
+    return HOST_CONTROL_OK;
+}
+
+int32_t HostControl::AddUsages(MessageParcel& data, std::string& message)
+{
+    int32_t count = 0;
+    if (!data.ReadInt32(count) || count < 1 || count > MAX_BULK_RECORDS) {
+        message = "a bulk usage add carries: a count of 1 to " + std::to_string(MAX_BULK_RECORDS) +
+                  ", then that many usage records";
+        return HOST_CONTROL_INVALID_ARGUMENT;
+    }
+    std::vector<Security::AccessToken::Host::UsageRecord> records(static_cast<size_t>(count));
+    for (size_t i = 0; i < records.size(); ++i) {
+        const int32_t read = ReadUsage(data, records[i], message);
+        if (read != HOST_CONTROL_OK) {
+            message = "record " + std::to_string(i) + ": " + message;
+            return read;
+        }
+    }
+    size_t refused = 0;
+    const int32_t result = PrivacyRecordService::GetInstance().AddRecords(records, &refused);
+    if (result != 0) {
+        message = "record " + std::to_string(refused) + ": " + PrivacyErrorText(result, records[refused].permissionName) +
+                  "; none was added";
+        return result;
+    }
+    HOSTD_LOGI("recorded %{public}d uses", count);
     return HOST_CONTROL_OK;
 }
 
@@ -388,8 +446,15 @@ int32_t HostControl::SetParameter(MessageParcel& data, std::string& message)
         message = "a parameter change carries: key, value";
         return HOST_CONTROL_INVALID_ARGUMENT;
     }
+    message = HostControlChecks::ParameterKey(key);
+    if (message.empty()) {
+        message = HostControlChecks::ParameterValue(key, value);
+    }
+    if (!message.empty()) {
+        return HOST_CONTROL_INVALID_ARGUMENT;
+    }
     if (!system::SetParameter(key, value)) {
-        message = key.empty() ? "the key is empty" : "refused: " + Quoted(key) + " is a const. parameter that is set";
+        message = "refused: " + Quoted(key) + " is a const. parameter that is set";
         return HOST_CONTROL_REFUSED;
     }
     HOSTD_LOGI("parameter %{public}s set to %{public}s", key.c_str(), value.c_str());

@@ -13,6 +13,7 @@
 #include "host/host_control_records.h"
 #include "message_parcel.h"
 #include "platform/ipc/ipc_host.h"
+#include "platform/privacy/privacy_record_service.h"
 #include "platform/transport/frame_codec.h"
 
 namespace OHOS::Host::Daemon {
@@ -38,7 +39,11 @@ private:
     static int32_t GetBundle(MessageParcel& data, MessageParcel& out, std::string& message);
     static int32_t ListBundles(MessageParcel& data, MessageParcel& out);
     static int32_t UpdatePermission(MessageParcel& data, std::string& message);
+    // One record of ADD_USAGE's layout, checked and its token resolved: HOST_CONTROL_OK, or the
+    // answer to give and `message`.
+    static int32_t ReadUsage(MessageParcel& data, Security::AccessToken::Host::UsageRecord& record, std::string& message);
     static int32_t AddUsage(MessageParcel& data, std::string& message);
+    static int32_t AddUsages(MessageParcel& data, std::string& message);
     static int32_t SetParameter(MessageParcel& data, std::string& message);
     static int32_t GetParameter(MessageParcel& data, MessageParcel& out, std::string& message);
     static int32_t ListParameters(MessageParcel& out);

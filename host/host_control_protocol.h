@@ -36,13 +36,14 @@ enum class HostControlCode : uint32_t {
     LIST_TOKENS = 10,       // -> int32 count, token records
     GET_TOKEN = 11,         // -> a token record with its permissions
     STATUS = 12,            // -> the daemon's status
+    ADD_USAGES = 13,        // many usage records, added as one (all or none) -> nothing
 };
 
 // Results of the daemon itself (the services' own codes pass through unchanged).
 enum : int32_t {
     HOST_CONTROL_OK = 0,
     HOST_CONTROL_PERMISSION_DENIED = 201,  // the caller is neither root nor the shell
-    HOST_CONTROL_INVALID_ARGUMENT = 401,   // a request that is not what its code reads
+    HOST_CONTROL_INVALID_ARGUMENT = 401,   // a request that does not read, or a value out of its rules
     HOST_CONTROL_NOT_FOUND = 404,          // no such bundle, token or parameter
     HOST_CONTROL_UNKNOWN_CODE = 405,
     HOST_CONTROL_REFUSED = 409,  // the service refused the change (see the message)

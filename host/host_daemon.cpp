@@ -32,7 +32,10 @@ constexpr std::chrono::seconds STOP_WAIT{20};
 }  // namespace
 
 HostDaemon::HostDaemon(DaemonOptions options)
-    : options_(std::move(options)), started_(std::chrono::steady_clock::now()), control_([this] { return Status(); })
+    : options_(std::move(options)),
+      started_(std::chrono::steady_clock::now()),
+      selfUid_(geteuid()),
+      control_([this] { return Status(); })
 {
 }
 
@@ -145,9 +148,10 @@ void HostDaemon::StartContainer()
 
 bool HostDaemon::TakeSocket()
 {
-    Transport::ServerOptions serverOptions;
+    Transport::ServerOptions serverOptions = options_.server;
     serverOptions.threads = options_.threads;
     serverOptions.listenFd = options_.listenFd;
+    serverOptions.isSystemUid = [this](uid_t uid) { return IsSystemUid(uid); };
     if (options_.listenFd < 0) {
         // Checked before the directory is made: a socket that cannot be served leaves nothing behind.
         if (options_.socketPath.empty() || options_.socketPath.size() >= sizeof(sockaddr_un::sun_path)) {
@@ -244,6 +248,19 @@ void HostDaemon::SetReadiness(Readiness readiness)
         readiness_.store(readiness, std::memory_order_release);
     }
     readinessChanged_.notify_all();
+}
+
+bool HostDaemon::IsSystemUid(uid_t uid) const
+{
+    if (uid == 0 || uid == selfUid_) {
+        return true;
+    }
+    // The device's own processes are known once it has booted; until then, root and this daemon.
+    if (readiness_.load(std::memory_order_acquire) != Readiness::SERVING) {
+        return false;
+    }
+    return Security::AccessToken::Host::AccessTokenService::GetInstance().FindNativeTokenByUid(
+               static_cast<int32_t>(uid)) != Security::AccessToken::INVALID_TOKENID;
 }
 
 Transport::ReplyFrame HostDaemon::Serve(

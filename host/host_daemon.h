@@ -14,6 +14,8 @@
 #ifndef HOST_HOST_DAEMON_H
 #define HOST_HOST_DAEMON_H
 
+#include <sys/types.h>
+
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
@@ -69,12 +71,17 @@ private:
     void StartContainer();
     void SetSelfToken();
     void SetReadiness(Readiness readiness);
+    // Root, the daemon's own uid, and the device's native processes and shell (the host's tools
+    // run as these): the socket exempts them from the per-uid quota and keeps places for them.
+    // Called on the socket's accepting thread.
+    bool IsSystemUid(uid_t uid) const;
     Transport::ReplyFrame Serve(const Transport::PeerCredentials& caller, const Transport::RequestFrame& request);
     HostStatus Status() const;
     bool Fail(const std::string& message);
 
     DaemonOptions options_;
     const std::chrono::steady_clock::time_point started_;
+    const uid_t selfUid_;
     InstanceLock lock_;
     AbilityHost abilities_;
     HostControl control_;

@@ -1,5 +1,6 @@
 // asp_hostd: the device host daemon. See host/host_daemon.h.
 
+#include <malloc.h>
 #include <signal.h>
 #include <sys/stat.h>
 
@@ -16,6 +17,11 @@ int main(int argc, char** argv)
     // Every file the daemon and its device create is the daemon's alone: the databases (and their
     // journals, which take the database's mode), the pid file, the log.
     umask(0077);
+    // Frames and replies of up to 4 MiB come and go with the clients. A fixed threshold keeps every
+    // large buffer in a mapping of its own, returned to the system when freed; the allocator's own
+    // rule would raise the threshold after the first such buffer, and keep the memory of a burst
+    // of clients (one that fills the socket's budget) resident long after they left.
+    mallopt(M_MMAP_THRESHOLD, 256 * 1024);
     // The stop signals are taken by sigwait in the main thread only: every thread started from here
     // on inherits the mask that blocks them.
     sigset_t stopSignals;

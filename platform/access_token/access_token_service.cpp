@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "access_token_error.h"
+#include "platform/access_token/permission_definitions.h"
 
 namespace OHOS::Security::AccessToken::Host {
 namespace {
@@ -20,6 +21,12 @@ constexpr uint32_t KNOWN_FLAG_BITS = PERMISSION_USER_SET | PERMISSION_USER_FIXED
 bool IsValidPermissionName(const std::string& name)
 {
     return !name.empty() && name.size() <= MAX_PERMISSION_NAME_LENGTH;
+}
+
+// What a token may hold: a permission the device defines.
+bool IsHoldablePermission(const std::string& name)
+{
+    return IsValidPermissionName(name) && PermissionDefinitions::IsDefined(name);
 }
 
 bool IsValidGrantStatus(int32_t status)
@@ -93,7 +100,7 @@ TokenIds AccessTokenService::CreateHapToken(const HapTokenParams& params)
     }
     std::set<std::string> names;
     for (const auto& permission : params.permissions) {
-        if (!IsValidPermissionName(permission.permissionName) || !IsValidGrantStatus(permission.grantStatus) ||
+        if (!IsHoldablePermission(permission.permissionName) || !IsValidGrantStatus(permission.grantStatus) ||
             !names.insert(permission.permissionName).second) {
             return {};
         }
@@ -123,7 +130,9 @@ TokenIds AccessTokenService::CreateHapToken(const HapTokenParams& params)
         tokens_.emplace(tokenId, std::move(record));
         ids = {tokenId, tokens_.at(tokenId).fullTokenId};
     }
-    Notify(TokenChange::CREATED, ids.tokenId);
+    if (params.reportToListener) {
+        Notify(TokenChange::CREATED, ids.tokenId);
+    }
     return ids;
 }
 
@@ -137,7 +146,7 @@ AccessTokenID AccessTokenService::CreateNativeToken(const NativeTokenParams& par
     record.processName = params.processName;
     record.uid = params.uid;
     for (const auto& name : params.permissions) {
-        if (!IsValidPermissionName(name)) {
+        if (!IsHoldablePermission(name)) {
             return INVALID_TOKENID;
         }
         if (FindPermission(record.permissions, name) == nullptr) {
@@ -178,7 +187,7 @@ void AccessTokenService::InstallDefaultNativeTokens()
     }
 }
 
-bool AccessTokenService::DeleteToken(AccessTokenID tokenId)
+bool AccessTokenService::DeleteToken(AccessTokenID tokenId, bool reportToListener)
 {
     {
         std::unique_lock<std::shared_mutex> lock(mutex_);
@@ -195,7 +204,9 @@ bool AccessTokenService::DeleteToken(AccessTokenID tokenId)
         usedUniqueIds_.erase(tokenId & UNIQUE_ID_MASK);
         tokens_.erase(it);
     }
-    Notify(TokenChange::DELETED, tokenId);
+    if (reportToListener) {
+        Notify(TokenChange::DELETED, tokenId);
+    }
     return true;
 }
 

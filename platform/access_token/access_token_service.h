@@ -49,6 +49,10 @@ struct HapTokenParams {
     std::vector<PermissionStatus> permissions;
     // A token id to take again (the device database restoring its tokens); 0 allocates a new one.
     AccessTokenID tokenId = INVALID_TOKENID;
+    // False when the token is part of a larger change that its maker reports itself (an
+    // installation, which the bundle manager's listener stores with its token in one step): the
+    // listener is then not told of the creation.
+    bool reportToListener = true;
 };
 
 // A system process to make a token for.
@@ -98,17 +102,18 @@ public:
     // --- Provisioning -------------------------------------------------------------------------
 
     // A new application token; zero ids when refused: empty bundle name, negative user or instance
-    // index, an instance that already has a token, a permission named twice or with an empty
-    // name, a grant status other than PERMISSION_GRANTED/DENIED, or a given token id that is in
-    // use or not an application token id.
+    // index, an instance that already has a token, a permission named twice or not defined
+    // (PermissionDefinitions), a grant status other than PERMISSION_GRANTED/DENIED, or a given
+    // token id that is in use or not an application token id.
     TokenIds CreateHapToken(const HapTokenParams& params);
     // A new native or shell token; INVALID_TOKENID when refused (empty name, negative uid, a uid
-    // that already has a token, a type other than native or shell, a bad given id).
+    // that already has a token, a type other than native or shell, a permission not defined, a
+    // bad given id).
     AccessTokenID CreateNativeToken(const NativeTokenParams& params);
     // The system processes listed above (those whose uid has no token yet).
     void InstallDefaultNativeTokens();
-    // False when there is no such token.
-    bool DeleteToken(AccessTokenID tokenId);
+    // False when there is no such token. `reportToListener` as in HapTokenParams (an uninstall).
+    bool DeleteToken(AccessTokenID tokenId, bool reportToListener = true);
     // Sets a requested permission's state and flags whatever they were, system fixed or not: what
     // the device's own provisioning does. False when the token or the permission is unknown or
     // the status is neither PERMISSION_GRANTED nor PERMISSION_DENIED.

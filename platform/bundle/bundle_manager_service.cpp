@@ -5,6 +5,7 @@
 #include <cstdio>
 
 #include "bundle_mgr_proxy.h"
+#include "platform/access_token/permission_definitions.h"
 #include "platform/bundle/app_control_service.h"
 #include "platform/fault/fault_injection.h"
 #include "platform/privacy/privacy_record_service.h"
@@ -49,7 +50,8 @@ bool IsValidPermissionList(const std::vector<Security::AccessToken::PermissionSt
 {
     std::set<std::string> names;
     for (const auto& permission : permissions) {
-        if (permission.permissionName.empty() || !names.insert(permission.permissionName).second ||
+        if (!Security::AccessToken::Host::PermissionDefinitions::IsDefined(permission.permissionName) ||
+            !names.insert(permission.permissionName).second ||
             (permission.grantStatus != PERMISSION_GRANTED && permission.grantStatus != PERMISSION_DENIED)) {
             return false;
         }
@@ -80,9 +82,29 @@ BundleManagerService& BundleManagerService::GetInstance()
     return *service;
 }
 
+bool BundleManagerService::IsValidBundleName(const std::string& bundleName)
+{
+    if (bundleName.empty() || bundleName.size() > MAX_BUNDLE_NAME_LENGTH) {
+        return false;
+    }
+    const auto isLetter = [](char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); };
+    if (!isLetter(bundleName.front()) || bundleName.back() == '.') {
+        return false;
+    }
+    char previous = '\0';
+    for (char c : bundleName) {
+        const bool allowed = isLetter(c) || (c >= '0' && c <= '9') || c == '_' || c == '.';
+        if (!allowed || (c == '.' && previous == '.')) {
+            return false;
+        }
+        previous = c;
+    }
+    return true;
+}
+
 bool BundleManagerService::AddUser(int32_t userId)
 {
-    if (userId < 0) {
+    if (userId < 0 || userId > MAX_USER_ID) {
         return false;
     }
     {
@@ -91,13 +113,13 @@ bool BundleManagerService::AddUser(int32_t userId)
             return false;
         }
     }
-    Notify(BundleChange::USER_ADDED, std::string(), userId);
+    Notify(BundleChange::USER_ADDED, userId, nullptr);
     return true;
 }
 
 bool BundleManagerService::RemoveUser(int32_t userId)
 {
-    std::vector<std::pair<std::string, AccessTokenID>> removed;
+    std::vector<InstalledBundle> removed;
     {
         std::unique_lock<std::shared_mutex> lock(mutex_);
         if (userId == Constants::DEFAULT_USERID || users_.count(userId) == 0) {
@@ -110,18 +132,17 @@ bool BundleManagerService::RemoveUser(int32_t userId)
             }
         }
         for (const auto& name : names) {
-            AccessTokenID tokenId = INVALID_TOKENID;
-            if (RemoveLocked(name, userId, tokenId) == ERR_OK) {
-                removed.emplace_back(name, tokenId);
+            InstalledBundle bundle;
+            if (RemoveLocked(name, userId, bundle) == ERR_OK) {
+                removed.push_back(std::move(bundle));
             }
         }
         users_.erase(userId);
     }
-    for (const auto& [name, tokenId] : removed) {
-        DeleteTokenAndRecords(tokenId);
-        Notify(BundleChange::UNINSTALLED, name, userId);
+    for (const auto& bundle : removed) {
+        Forget(bundle);
     }
-    Notify(BundleChange::USER_REMOVED, std::string(), userId);
+    Notify(BundleChange::USER_REMOVED, userId, nullptr);
     return true;
 }
 
@@ -139,7 +160,10 @@ std::vector<int32_t> BundleManagerService::ListUsers() const
 
 ErrCode BundleManagerService::Install(const InstallParams& params, InstalledBundle* installed)
 {
-    if (params.bundleName.empty() || params.appIndex >= Constants::BASE_USER_RANGE ||
+    const bool indexGiven = params.appIndex != AUTO_APP_INDEX;
+    if (!IsValidBundleName(params.bundleName) ||
+        (indexGiven &&
+            (params.appIndex < Constants::BASE_APP_UID || params.appIndex >= Constants::BASE_USER_RANGE)) ||
         !IsValidPermissionList(params.permissions)) {
         return ERR_BUNDLE_MANAGER_PARAM_ERROR;
     }
@@ -158,8 +182,8 @@ ErrCode BundleManagerService::Install(const InstallParams& params, InstalledBund
         bundle.reqPermissions.push_back(permission.permissionName);
     }
 
-    // First the bundle's index and app id are reserved, then its token is made without the lock,
-    // then the installation is entered.
+    // First the bundle's index and app id are reserved, then its token is made and the listener
+    // stores both without the lock, then the installation is entered.
     {
         std::unique_lock<std::shared_mutex> lock(mutex_);
         if (users_.count(params.userId) == 0) {
@@ -169,26 +193,27 @@ ErrCode BundleManagerService::Install(const InstallParams& params, InstalledBund
             return ERR_HOST_BUNDLE_ALREADY_INSTALLED;
         }
         auto identity = identities_.find(params.bundleName);
+        int32_t appIndex = identity != identities_.end() ? identity->second.appIndex : params.appIndex;
         if (identity != identities_.end()) {
             // One index and one app id per bundle, whichever user it is installed for.
-            if ((params.appIndex >= 0 && params.appIndex != identity->second.appIndex) ||
+            if ((indexGiven && params.appIndex != appIndex) ||
                 (!params.appId.empty() && params.appId != identity->second.appId)) {
                 return ERR_BUNDLE_MANAGER_PARAM_ERROR;
             }
-        } else {
-            int32_t appIndex = params.appIndex;
-            if (appIndex >= 0 && bundleOfIndex_.count(appIndex) != 0) {
-                return ERR_BUNDLE_MANAGER_PARAM_ERROR;
-            }
+        } else if (indexGiven && bundleOfIndex_.count(appIndex) != 0) {
+            return ERR_BUNDLE_MANAGER_PARAM_ERROR;
+        } else if (!indexGiven) {
+            appIndex = PickIndexLocked(params.userId);
             if (appIndex < 0) {
-                appIndex = Constants::BASE_APP_UID;
-                while (bundleOfIndex_.count(appIndex) != 0) {
-                    ++appIndex;
-                }
-                if (appIndex >= Constants::BASE_USER_RANGE) {
-                    return ERR_BUNDLE_MANAGER_INTERNAL_ERROR;
-                }
+                return ERR_BUNDLE_MANAGER_INTERNAL_ERROR;
             }
+        }
+        // The token service never calls back into this manager, so asking it under the lock is safe.
+        if (AccessTokenService::GetInstance().FindNativeTokenByUid(
+                params.userId * Constants::BASE_USER_RANGE + appIndex) != INVALID_TOKENID) {
+            return ERR_HOST_BUNDLE_UID_RESERVED;
+        }
+        if (identity == identities_.end()) {
             BundleIdentity fresh;
             fresh.appIndex = appIndex;
             fresh.appId = params.appId.empty() ? DefaultAppId(params.bundleName) : params.appId;
@@ -210,37 +235,54 @@ ErrCode BundleManagerService::Install(const InstallParams& params, InstalledBund
     token.isSystemApp = params.isSystemApp;
     token.permissions = params.permissions;
     token.tokenId = params.tokenId;
+    token.reportToListener = false;
     const auto ids = AccessTokenService::GetInstance().CreateHapToken(token);
     bundle.tokenId = ids.tokenId;
     bundle.fullTokenId = ids.fullTokenId;
     bundle.installTime = NowMs();
 
     ErrCode ret = ERR_OK;
+    if (ids.tokenId == INVALID_TOKENID) {
+        ret = ERR_BUNDLE_MANAGER_INTERNAL_ERROR;
+    } else if (!Notify(BundleChange::INSTALLED, params.userId, &bundle)) {
+        ret = ERR_HOST_BUNDLE_NOT_STORED;
+        // Reported, so that a listener drops whatever a racing change of the token stored of it.
+        AccessTokenService::GetInstance().DeleteToken(ids.tokenId);
+    }
+    bool userGone = false;
     {
         std::unique_lock<std::shared_mutex> lock(mutex_);
         installing_.erase(key);
-        if (ids.tokenId == INVALID_TOKENID) {
-            ret = ERR_BUNDLE_MANAGER_INTERNAL_ERROR;
-        } else if (users_.count(params.userId) == 0) {
-            ret = ERR_BUNDLE_MANAGER_INVALID_USER_ID;  // the user was removed meanwhile
-        }
-        if (ret == ERR_OK) {
+        userGone = ret == ERR_OK && users_.count(params.userId) == 0;
+        if (ret == ERR_OK && !userGone) {
             bundles_.emplace(key, bundle);
         } else {
             ReleaseIdentityLocked(params.bundleName);
         }
     }
+    if (userGone) {
+        Forget(bundle);  // the user was removed meanwhile: the stored installation goes with it
+        return ERR_BUNDLE_MANAGER_INVALID_USER_ID;
+    }
     if (ret != ERR_OK) {
-        if (ids.tokenId != INVALID_TOKENID) {
-            AccessTokenService::GetInstance().DeleteToken(ids.tokenId);
-        }
         return ret;
     }
     if (installed != nullptr) {
         *installed = bundle;
     }
-    Notify(BundleChange::INSTALLED, params.bundleName, params.userId);
     return ERR_OK;
+}
+
+int32_t BundleManagerService::PickIndexLocked(int32_t userId) const
+{
+    auto& tokens = AccessTokenService::GetInstance();
+    for (int32_t appIndex = Constants::BASE_APP_UID; appIndex < Constants::BASE_USER_RANGE; ++appIndex) {
+        if (bundleOfIndex_.count(appIndex) == 0 &&
+            tokens.FindNativeTokenByUid(userId * Constants::BASE_USER_RANGE + appIndex) == INVALID_TOKENID) {
+            return appIndex;
+        }
+    }
+    return -1;
 }
 
 void BundleManagerService::ReleaseIdentityLocked(const std::string& bundleName)
@@ -253,7 +295,7 @@ void BundleManagerService::ReleaseIdentityLocked(const std::string& bundleName)
     }
 }
 
-ErrCode BundleManagerService::RemoveLocked(const std::string& bundleName, int32_t userId, AccessTokenID& tokenId)
+ErrCode BundleManagerService::RemoveLocked(const std::string& bundleName, int32_t userId, InstalledBundle& removed)
 {
     if (users_.count(userId) == 0) {
         return ERR_BUNDLE_MANAGER_INVALID_USER_ID;
@@ -262,30 +304,31 @@ ErrCode BundleManagerService::RemoveLocked(const std::string& bundleName, int32_
     if (it == bundles_.end()) {
         return ERR_BUNDLE_MANAGER_BUNDLE_NOT_EXIST;
     }
-    tokenId = it->second.tokenId;
+    removed = std::move(it->second);
     bundles_.erase(it);
     ReleaseIdentityLocked(bundleName);
     return ERR_OK;
 }
 
-void BundleManagerService::DeleteTokenAndRecords(AccessTokenID tokenId)
+void BundleManagerService::Forget(const InstalledBundle& removed) const
 {
     // As on the platform, the application's token goes with it, and so do the records of its uses.
-    AccessTokenService::GetInstance().DeleteToken(tokenId);
-    Security::AccessToken::Host::PrivacyRecordService::GetInstance().RemoveRecordsOfToken(tokenId);
+    // The listener hears the three as the one change they are.
+    AccessTokenService::GetInstance().DeleteToken(removed.tokenId, false);
+    Security::AccessToken::Host::PrivacyRecordService::GetInstance().RemoveRecordsOfToken(removed.tokenId);
+    Notify(BundleChange::UNINSTALLED, removed.userId, &removed);
 }
 
 ErrCode BundleManagerService::Uninstall(const std::string& bundleName, int32_t userId)
 {
-    AccessTokenID tokenId = INVALID_TOKENID;
+    InstalledBundle removed;
     ErrCode ret;
     {
         std::unique_lock<std::shared_mutex> lock(mutex_);
-        ret = RemoveLocked(bundleName, userId, tokenId);
+        ret = RemoveLocked(bundleName, userId, removed);
     }
     if (ret == ERR_OK) {
-        DeleteTokenAndRecords(tokenId);
-        Notify(BundleChange::UNINSTALLED, bundleName, userId);
+        Forget(removed);
     }
     return ret;
 }
@@ -334,15 +377,16 @@ std::vector<InstalledBundle> BundleManagerService::ListBundles() const
 
 std::optional<Security::AccessToken::Host::TokenIds> BundleManagerService::FindTokenByUid(int32_t uid) const
 {
+    // A system process's uid is its own, whatever a bundle may claim: the reserved identities first.
+    auto& tokens = AccessTokenService::GetInstance();
+    const AccessTokenID tokenId = tokens.FindNativeTokenByUid(uid);
+    if (tokenId != INVALID_TOKENID) {
+        return Security::AccessToken::Host::TokenIds{tokenId, tokens.GetFullTokenId(tokenId)};
+    }
     if (const auto bundle = FindBundleByUid(uid)) {
         return Security::AccessToken::Host::TokenIds{bundle->tokenId, bundle->fullTokenId};
     }
-    auto& tokens = AccessTokenService::GetInstance();
-    const AccessTokenID tokenId = tokens.FindNativeTokenByUid(uid);
-    if (tokenId == INVALID_TOKENID) {
-        return std::nullopt;
-    }
-    return Security::AccessToken::Host::TokenIds{tokenId, tokens.GetFullTokenId(tokenId)};
+    return std::nullopt;
 }
 
 void BundleManagerService::RegisterWithSamgr()
@@ -391,16 +435,14 @@ void BundleManagerService::Reset()
     RegisterWithSamgr();
 }
 
-void BundleManagerService::Notify(BundleChange change, const std::string& bundleName, int32_t userId) const
+bool BundleManagerService::Notify(BundleChange change, int32_t userId, const InstalledBundle* bundle) const
 {
     Listener listener;
     {
         std::lock_guard<std::mutex> lock(listenerMutex_);
         listener = listener_;
     }
-    if (listener) {
-        listener(change, bundleName, userId);
-    }
+    return !listener || listener(BundleEvent{change, userId, bundle});
 }
 
 const InstalledBundle* BundleManagerService::ResolveLocked(const std::string& bundleName, int32_t userId) const

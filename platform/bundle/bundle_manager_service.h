@@ -8,9 +8,14 @@
  * not have the bundle itself (GetBundleInfoV9, GetBundleInfosV9, GetUidByBundleName,
  * GetAppIdByBundleName).
  *
- * uids: uid = userId * 200000 + appIndex, the same appIndex for one bundle on every user. The
- * installer picks the bundle's index on the other users when it has one, else the smallest free
- * index from 10000; an explicit index may be anything in [0, 200000).
+ * uids: uid = userId * 200000 + appIndex, the same appIndex for one bundle on every user. Indexes
+ * come from the application range [10000, 200000) only: smaller uids are the system processes'.
+ * The installer picks the bundle's index on the other users when it has one, else the smallest
+ * index from 10000 that no bundle holds and whose uid on the user is no system process's. A uid
+ * belongs to one identity: an installation whose uid a native or shell token holds is refused,
+ * and a uid resolves to the system process first (FindTokenByUid).
+ *
+ * Users: ids from 0 to MAX_USER_ID, so that every uid fits in 31 bits.
  *
  * Presentation: the remote object is a local object by default, so iface_cast<IBundleMgr> (and
  * BrokerRegistration::NewInstance) answers the manager itself. SetPresentedAsProxy(true) makes it
@@ -21,7 +26,9 @@
  * The object registers itself at ability 401 when the platform library is loaded, and again on
  * Reset and RegisterWithSamgr (after the ability manager was reset).
  *
- * Thread-safe. The listener, when set, is called after every change, outside the manager's lock.
+ * Thread-safe. The listener, when set, is called for every change, outside the manager's lock: an
+ * installation is offered to it before anyone can see it, and a listener that cannot store it
+ * refuses it, so that the installation is undone; other changes are told after they happened.
  */
 #ifndef PLATFORM_BUNDLE_BUNDLE_MANAGER_SERVICE_H
 #define PLATFORM_BUNDLE_BUNDLE_MANAGER_SERVICE_H
@@ -49,12 +56,26 @@ namespace OHOS::AppExecFwk::Host {
 // Install answers this when the user already has the bundle (a code of this host only; the
 // platform's installer would update the bundle instead).
 constexpr ErrCode ERR_HOST_BUNDLE_ALREADY_INSTALLED = 8521990;
+// Install answers this when the bundle's uid on the user is a system process's (native or shell).
+constexpr ErrCode ERR_HOST_BUNDLE_UID_RESERVED = 8521991;
+// Install answers this when the listener could not store the installation (the device database
+// failed): nothing of it remains.
+constexpr ErrCode ERR_HOST_BUNDLE_NOT_STORED = 8521992;
+
+// The largest user id: (MAX_USER_ID + 1) * BASE_USER_RANGE - 1 is the largest int32_t uid below 2^31.
+constexpr int32_t MAX_USER_ID = (INT32_MAX - (Constants::BASE_USER_RANGE - 1)) / Constants::BASE_USER_RANGE;
+// InstallParams::appIndex for "the installer picks it".
+constexpr int32_t AUTO_APP_INDEX = -1;
+// Bundle names: up to 128 characters (the platform's longest) of ASCII letters, digits, '_' and
+// '.', starting with a letter, in dot-separated parts none of which is empty.
+constexpr size_t MAX_BUNDLE_NAME_LENGTH = 128;
 
 struct InstallParams {
     std::string bundleName;
     int32_t userId = Constants::START_USERID;
-    // The index in the uid; negative: the installer picks it (see above).
-    int32_t appIndex = -1;
+    // The index in the uid, in [BASE_APP_UID, BASE_USER_RANGE); AUTO_APP_INDEX: the installer
+    // picks it (see above).
+    int32_t appIndex = AUTO_APP_INDEX;
     bool isSystemApp = false;
     // ApplicationInfo::entityType; "1" marks an application of the Android-compatible container.
     std::string entityType = "unspecified";
@@ -94,10 +115,23 @@ struct InstalledBundle {
 
 enum class BundleChange { INSTALLED, UNINSTALLED, USER_ADDED, USER_REMOVED };
 
+struct BundleEvent {
+    BundleChange change = BundleChange::INSTALLED;
+    int32_t userId = 0;
+    // INSTALLED: the installation as it is about to become visible, its token made (and not
+    // reported by the access-token service); UNINSTALLED: the installation removed, its token and
+    // usage records deleted (not reported either). Null for user changes; valid during the call.
+    const InstalledBundle* bundle = nullptr;
+};
+
 class BundleManagerService final : public IRemoteObject, public IBundleMgr {
 public:
-    // bundleName is empty for user changes.
-    using Listener = std::function<void(BundleChange change, const std::string& bundleName, int32_t userId)>;
+    // For INSTALLED, false refuses the installation (it is undone and Install answers
+    // ERR_HOST_BUNDLE_NOT_STORED); the answer to other changes is not used.
+    using Listener = std::function<bool(const BundleEvent& event)>;
+
+    // A bundle name as described above.
+    static bool IsValidBundleName(const std::string& bundleName);
 
     static BundleManagerService& GetInstance();
 
@@ -106,7 +140,7 @@ public:
 
     // --- Users --------------------------------------------------------------------------------
 
-    // False for a negative id or a user that exists.
+    // False for an id outside [0, MAX_USER_ID] or a user that exists.
     bool AddUser(int32_t userId);
     // Uninstalls the user's bundles, then forgets the user. False for user 0 and unknown users.
     bool RemoveUser(int32_t userId);
@@ -118,13 +152,15 @@ public:
     // Installs the bundle for one user and makes its application token (instance 0) with the
     // requested permissions. ERR_OK and, when `installed` is given, the installed record;
     // ERR_BUNDLE_MANAGER_INVALID_USER_ID for an unknown user; ERR_HOST_BUNDLE_ALREADY_INSTALLED;
-    // ERR_BUNDLE_MANAGER_PARAM_ERROR for an empty name, an index out of range, taken by another
-    // bundle or other than the bundle's index on other users, an app id other than the bundle's
-    // on other users, or a bad permission list (empty or repeated name, a state other than 0 or
-    // -1); ERR_BUNDLE_MANAGER_INTERNAL_ERROR when the token cannot be made (a given token id in
-    // use, an instance that still has a token).
+    // ERR_BUNDLE_MANAGER_PARAM_ERROR for a name that is not a bundle name, an index outside the
+    // application range (and not AUTO_APP_INDEX), taken by another bundle or other than the
+    // bundle's index on other users, an app id other than the bundle's on other users, or a bad
+    // permission list (a repeated or undefined name, a state other than 0 or -1);
+    // ERR_HOST_BUNDLE_UID_RESERVED; ERR_HOST_BUNDLE_NOT_STORED; ERR_BUNDLE_MANAGER_INTERNAL_ERROR
+    // when the token cannot be made (a given token id in use, an instance that still has a token).
     ErrCode Install(const InstallParams& params, InstalledBundle* installed = nullptr);
-    // Removes the bundle from the user, deletes its token and the token's usage records.
+    // Removes the bundle from the user, deletes its token and the token's usage records; the
+    // listener hears it as one change.
     // ERR_BUNDLE_MANAGER_INVALID_USER_ID, ERR_BUNDLE_MANAGER_BUNDLE_NOT_EXIST or ERR_OK.
     ErrCode Uninstall(const std::string& bundleName, int32_t userId);
 
@@ -134,8 +170,8 @@ public:
     std::optional<InstalledBundle> FindBundleByUid(int32_t uid) const;
     // Every installation, by user and then bundle name.
     std::vector<InstalledBundle> ListBundles() const;
-    // The token a process with this uid runs with: the application's token for an application
-    // uid, else the native or shell token bound to the uid. Empty when the uid has none.
+    // The token a process with this uid runs with: the native or shell token bound to the uid,
+    // else the application's token for an application uid. Empty when the uid has none.
     std::optional<Security::AccessToken::Host::TokenIds> FindTokenByUid(int32_t uid) const;
 
     // --- Host switches ------------------------------------------------------------------------
@@ -182,18 +218,22 @@ private:
     // The installation that answers for (bundle, user): the user's own, else user 0's.
     const InstalledBundle* ResolveLocked(const std::string& bundleName, int32_t userId) const;
     BundleInfo MakeBundleInfo(const InstalledBundle& bundle, int32_t flags) const;
-    // Takes the installation out of the tables and answers its token; the caller deletes the token
-    // after releasing the lock.
-    ErrCode RemoveLocked(const std::string& bundleName, int32_t userId, Security::AccessToken::AccessTokenID& tokenId);
+    // Takes the installation out of the tables into `removed`; the caller deletes its token after
+    // releasing the lock (Forget).
+    ErrCode RemoveLocked(const std::string& bundleName, int32_t userId, InstalledBundle& removed);
     void ReleaseIdentityLocked(const std::string& bundleName);
-    static void DeleteTokenAndRecords(Security::AccessToken::AccessTokenID tokenId);
-    void Notify(BundleChange change, const std::string& bundleName, int32_t userId) const;
+    // A free index for a new bundle on `userId`, or -1.
+    int32_t PickIndexLocked(int32_t userId) const;
+    // Deletes a removed installation's token and records, and tells the listener.
+    void Forget(const InstalledBundle& removed) const;
+    bool Notify(BundleChange change, int32_t userId, const InstalledBundle* bundle) const;
 
     std::atomic<bool> presentedAsProxy_{false};
     std::atomic<bool> creatorRegistered_{false};
 
-    // The manager never calls another service while holding this lock: their listeners may call
-    // back into the manager.
+    // The manager changes no other service while holding this lock (their listeners may call back
+    // into the manager); it only reads the access-token service's process uids, which never calls
+    // back.
     mutable std::shared_mutex mutex_;
     std::set<int32_t> users_;
     std::map<Key, InstalledBundle> bundles_;

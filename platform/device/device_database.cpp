@@ -3,6 +3,7 @@
 #include <atomic>
 #include <chrono>
 #include <filesystem>
+#include <limits>
 #include <mutex>
 #include <utility>
 
@@ -11,6 +12,7 @@
 #include <nlohmann/json.hpp>
 
 #include "parameters.h"
+#include "platform/fault/fault_injection.h"
 #include "platform/device/device_log.h"
 #include "platform/device/device_sqlite.h"
 #include "platform/parameters/parameter_host.h"
@@ -20,6 +22,7 @@ namespace {
 
 using AppExecFwk::Host::AppControlService;
 using AppExecFwk::Host::BundleChange;
+using AppExecFwk::Host::BundleEvent;
 using AppExecFwk::Host::BundleManagerService;
 using AppExecFwk::Host::DisposedStatus;
 using AppExecFwk::Host::InstalledBundle;
@@ -130,8 +133,12 @@ int WriteToken(DeviceSqlite& db, const TokenRecord& token, DeviceSqlite::Stateme
 }
 
 // The token's records go with it, as the services drop them when its application is uninstalled.
+// A fault point, as WriteBundle is: the second write of an uninstallation.
 int DeleteToken(DeviceSqlite& db, AccessTokenID tokenId)
 {
+    if (const auto fault = FaultInjection::Take("DeviceDatabase::DeleteToken")) {
+        return *fault;
+    }
     int code = SQLITE_OK;
     for (const char* sql : {"DELETE FROM tokens WHERE token_id = ?1",
              "DELETE FROM token_permissions WHERE token_id = ?1", "DELETE FROM usage_records WHERE token_id = ?1"}) {
@@ -142,8 +149,13 @@ int DeleteToken(DeviceSqlite& db, AccessTokenID tokenId)
     return code;
 }
 
+// A fault point ("DeviceDatabase::WriteBundle": an armed code is answered as SQLite's would be),
+// so that a test can fail the second write of an installation.
 int WriteBundle(DeviceSqlite& db, const InstalledBundle& bundle)
 {
+    if (const auto fault = FaultInjection::Take("DeviceDatabase::WriteBundle")) {
+        return *fault;
+    }
     return Run(db, UPSERT_BUNDLE, [&bundle](DeviceSqlite::Statement& s) {
         s.Bind(1, bundle.bundleName).Bind(2, bundle.userId).Bind(3, bundle.appIndex).Bind(4, bundle.appId);
         s.Bind(5, bundle.isSystemApp ? 1 : 0).Bind(6, bundle.entityType).Bind(7, bundle.versionName);
@@ -246,6 +258,34 @@ DeviceResult ForEachRow(DeviceSqlite& db, const char* what, const char* sql,
     return code == SQLITE_DONE ? DeviceResult::Success() : ReadFailure(db, what);
 }
 
+// One integer column and the values its field can hold.
+struct Column {
+    int index;
+    const char* name;
+    int64_t low;
+    int64_t high;
+};
+
+constexpr int64_t INT32_LOW = std::numeric_limits<int32_t>::min();
+constexpr int64_t INT32_HIGH = std::numeric_limits<int32_t>::max();
+constexpr int64_t UINT32_HIGH = std::numeric_limits<uint32_t>::max();
+
+// True when every listed column of the row holds a value of its field; else `problem` names the
+// first that does not, so that no value is cut down to its field's width or cast into an enum
+// that does not have it.
+bool ColumnsFit(const DeviceSqlite::Statement& s, std::initializer_list<Column> columns, std::string& problem)
+{
+    for (const Column& column : columns) {
+        const int64_t value = s.Int(column.index);
+        if (s.IsNull(column.index) || value < column.low || value > column.high) {
+            problem = std::string(column.name) + " " + (s.IsNull(column.index) ? "null" : std::to_string(value)) +
+                      " is outside " + std::to_string(column.low) + " to " + std::to_string(column.high);
+            return false;
+        }
+    }
+    return true;
+}
+
 bool ReadWantParams(const std::string& text, Want& want)
 {
     const auto params = nlohmann::json::parse(text, nullptr, false);
@@ -266,7 +306,16 @@ DeviceResult ReadTokens(DeviceSqlite& db, DeviceSnapshot& snapshot)
     DeviceResult result = ForEachRow(db, "tokens",
         "SELECT token_id, token_type, bundle_name, user_id, inst_index, api_version, system_app, process_name, uid "
         "FROM tokens ORDER BY token_id",
-        [&snapshot](const DeviceSqlite::Statement& s, std::string&) {
+        [&snapshot](const DeviceSqlite::Statement& s, std::string& problem) {
+            if (!ColumnsFit(s,
+                    {{0, "token_id", 1, UINT32_HIGH}, {1, "token_type", Security::AccessToken::TOKEN_HAP,
+                                                          Security::AccessToken::TOKEN_SHELL},
+                        {3, "user_id", INT32_LOW, INT32_HIGH}, {4, "inst_index", INT32_LOW, INT32_HIGH},
+                        {5, "api_version", INT32_LOW, INT32_HIGH}, {8, "uid", INT32_LOW, INT32_HIGH}},
+                    problem)) {
+                problem = "token row " + std::to_string(s.Int(0)) + ": " + problem;
+                return false;
+            }
             TokenRecord token;
             token.tokenId = static_cast<AccessTokenID>(s.Int(0));
             token.type = static_cast<ATokenTypeEnum>(s.Int(1));
@@ -292,8 +341,13 @@ DeviceResult ReadTokens(DeviceSqlite& db, DeviceSnapshot& snapshot)
     return ForEachRow(db, "token permissions",
         "SELECT token_id, permission, grant_status, grant_flag FROM token_permissions ORDER BY token_id, position",
         [&byId](const DeviceSqlite::Statement& s, std::string& problem) {
+            if (!ColumnsFit(s, {{2, "grant_status", INT32_LOW, INT32_HIGH}, {3, "grant_flag", 0, UINT32_HIGH}},
+                    problem)) {
+                problem = "a permission of token " + std::to_string(s.Int(0)) + ": " + problem;
+                return false;
+            }
             auto it = byId.find(static_cast<AccessTokenID>(s.Int(0)));
-            if (it == byId.end()) {
+            if (s.Int(0) < 1 || s.Int(0) > UINT32_HIGH || it == byId.end()) {
                 problem = "a permission of unknown token " + std::to_string(s.Int(0));
                 return false;
             }
@@ -307,7 +361,10 @@ DeviceResult ReadSnapshot(DeviceSqlite& db, DeviceSnapshot& snapshot)
 {
     snapshot = DeviceSnapshot();
     DeviceResult result = ForEachRow(db, "users", "SELECT user_id FROM users ORDER BY user_id",
-        [&snapshot](const DeviceSqlite::Statement& s, std::string&) {
+        [&snapshot](const DeviceSqlite::Statement& s, std::string& problem) {
+            if (!ColumnsFit(s, {{0, "user_id", INT32_LOW, INT32_HIGH}}, problem)) {
+                return false;
+            }
             snapshot.users.push_back(static_cast<int32_t>(s.Int(0)));
             return true;
         });
@@ -318,7 +375,18 @@ DeviceResult ReadSnapshot(DeviceSqlite& db, DeviceSnapshot& snapshot)
         result = ForEachRow(db, "bundles",
             "SELECT bundle_name, user_id, app_index, app_id, system_app, entity_type, version_name, version_code, "
             "api_version, distribution_type, vendor, install_time, token_id FROM bundles ORDER BY user_id, bundle_name",
-            [&snapshot](const DeviceSqlite::Statement& s, std::string&) {
+            [&snapshot](const DeviceSqlite::Statement& s, std::string& problem) {
+                // The user and the index within the ranges whose uids fit (checked again as a
+                // whole by the snapshot), so that the uid below is computed without overflow.
+                if (!ColumnsFit(s,
+                        {{1, "user_id", 0, AppExecFwk::Host::MAX_USER_ID},
+                            {2, "app_index", 0, AppExecFwk::Constants::BASE_USER_RANGE - 1},
+                            {7, "version_code", 0, UINT32_HIGH}, {8, "api_version", INT32_LOW, INT32_HIGH},
+                            {12, "token_id", 0, UINT32_HIGH}},
+                        problem)) {
+                    problem = "bundle " + DeviceResult::Shown(s.Text(0)) + ": " + problem;
+                    return false;
+                }
                 InstalledBundle bundle;
                 bundle.bundleName = s.Text(0);
                 bundle.userId = static_cast<int32_t>(s.Int(1));
@@ -344,6 +412,9 @@ DeviceResult ReadSnapshot(DeviceSqlite& db, DeviceSnapshot& snapshot)
             "SELECT app_id, user_id, action, bundle_name, ability_name, params FROM disposed_statuses "
             "ORDER BY app_id, user_id",
             [&snapshot](const DeviceSqlite::Statement& s, std::string& problem) {
+                if (!ColumnsFit(s, {{1, "user_id", INT32_LOW, INT32_HIGH}}, problem)) {
+                    return false;
+                }
                 DisposedStatus status;
                 status.appId = s.Text(0);
                 status.userId = static_cast<int32_t>(s.Int(1));
@@ -361,7 +432,17 @@ DeviceResult ReadSnapshot(DeviceSqlite& db, DeviceSnapshot& snapshot)
         result = ForEachRow(db, "usage records",
             "SELECT token_id, permission, timestamp, app_status, screen_status, used_type, success_count, fail_count, "
             "access_duration FROM usage_records ORDER BY record_id",
-            [&snapshot](const DeviceSqlite::Statement& s, std::string&) {
+            [&snapshot](const DeviceSqlite::Statement& s, std::string& problem) {
+                if (!ColumnsFit(s,
+                        {{0, "token_id", 1, UINT32_HIGH}, {3, "app_status", INT32_LOW, INT32_HIGH},
+                            {4, "screen_status", INT32_LOW, INT32_HIGH},
+                            {5, "used_type", Security::AccessToken::NORMAL_TYPE,
+                                Security::AccessToken::PERM_USED_TYPE_BUTT - 1},
+                            {6, "success_count", INT32_LOW, INT32_HIGH}, {7, "fail_count", INT32_LOW, INT32_HIGH}},
+                        problem)) {
+                    problem = "record of token " + std::to_string(s.Int(0)) + ": " + problem;
+                    return false;
+                }
                 UsageRecord record;
                 record.tokenId = static_cast<AccessTokenID>(s.Int(0));
                 record.permissionName = s.Text(1);
@@ -397,12 +478,13 @@ struct DeviceDatabase::Link {
     std::string lastError;
 
     // One transaction around `write`, which reads the service's present state under the link's
-    // lock, so that of two racing changes the later write-through stores the later state.
-    void WriteThrough(const std::string& what, const std::function<int(DeviceSqlite&)>& write)
+    // lock, so that of two racing changes the later write-through stores the later state. False
+    // when the transaction failed (and was rolled back).
+    bool WriteThrough(const std::string& what, const std::function<int(DeviceSqlite&)>& write)
     {
         std::lock_guard<std::mutex> lock(mutex);
         if (!db.IsOpen()) {
-            return;
+            return true;  // closed: the device lives in memory only, as it does without a database
         }
         int code = db.Begin();
         if (code == SQLITE_OK) {
@@ -411,12 +493,14 @@ struct DeviceDatabase::Link {
         if (code == SQLITE_OK) {
             code = db.Commit();
         }
-        if (code != SQLITE_OK) {
-            lastError = what + ": " + db.LastMessage();
-            db.Rollback();
-            ++failures;
-            DEVICE_LOGE("device database write failed, %{public}s", lastError.c_str());
+        if (code == SQLITE_OK) {
+            return true;
         }
+        lastError = what + ": " + (code == db.LastCode() ? db.LastMessage() : "code " + std::to_string(code));
+        db.Rollback();
+        ++failures;
+        DEVICE_LOGE("device database write failed, %{public}s", lastError.c_str());
+        return false;
     }
 
     void OnTokenChange(AccessTokenID tokenId)
@@ -431,23 +515,36 @@ struct DeviceDatabase::Link {
         });
     }
 
-    void OnBundleChange(BundleChange change, const std::string& bundleName, int32_t userId)
+    // An installation is stored with its token, an uninstallation removes the bundle, its token and
+    // the token's records: each in one transaction, so that no kill or failure leaves one without
+    // the other.
+    bool OnBundleChange(const BundleEvent& event)
     {
-        auto& bundles = BundleManagerService::GetInstance();
-        if (change == BundleChange::USER_ADDED || change == BundleChange::USER_REMOVED) {
-            WriteThrough("user " + std::to_string(userId), [&bundles, userId](DeviceSqlite& db) {
-                const char* sql = bundles.HasUser(userId) ? UPSERT_USER : "DELETE FROM users WHERE user_id = ?1";
+        const int32_t userId = event.userId;
+        if (event.bundle == nullptr) {
+            return WriteThrough("user " + std::to_string(userId), [userId](DeviceSqlite& db) {
+                const char* sql = BundleManagerService::GetInstance().HasUser(userId)
+                                      ? UPSERT_USER
+                                      : "DELETE FROM users WHERE user_id = ?1";
                 return Run(db, sql, [userId](DeviceSqlite::Statement& s) { s.Bind(1, userId); });
             });
-            return;
         }
-        WriteThrough("bundle " + bundleName, [&bundles, &bundleName, userId](DeviceSqlite& db) {
-            const auto bundle = bundles.FindBundle(bundleName, userId);
-            if (bundle.has_value()) {
-                return WriteBundle(db, *bundle);
-            }
-            return Run(db, "DELETE FROM bundles WHERE bundle_name = ?1 AND user_id = ?2",
-                [&bundleName, userId](DeviceSqlite::Statement& s) { s.Bind(1, bundleName).Bind(2, userId); });
+        const InstalledBundle& bundle = *event.bundle;
+        if (event.change == BundleChange::INSTALLED) {
+            return WriteThrough("installation of " + bundle.bundleName, [&bundle](DeviceSqlite& db) {
+                const auto token = AccessTokenService::GetInstance().GetToken(bundle.tokenId);
+                if (!token.has_value()) {
+                    return SQLITE_MISUSE;  // the installer made the token before asking
+                }
+                DeviceSqlite::Statement insertPermission = db.Prepare(INSERT_PERMISSION);
+                int code = insertPermission.Valid() ? WriteToken(db, *token, insertPermission) : db.LastCode();
+                return code == SQLITE_OK ? WriteBundle(db, bundle) : code;
+            });
+        }
+        return WriteThrough("removal of " + bundle.bundleName, [&bundle](DeviceSqlite& db) {
+            const int code = Run(db, "DELETE FROM bundles WHERE bundle_name = ?1 AND user_id = ?2",
+                [&bundle](DeviceSqlite::Statement& s) { s.Bind(1, bundle.bundleName).Bind(2, bundle.userId); });
+            return code == SQLITE_OK ? DeleteToken(db, bundle.tokenId) : code;
         });
     }
 
@@ -464,11 +561,16 @@ struct DeviceDatabase::Link {
         });
     }
 
-    void OnRecord(const UsageRecord& record)
+    // The records of one addition (one use, or a bulk add) in one transaction.
+    void OnRecords(const std::vector<UsageRecord>& records)
     {
-        WriteThrough("usage record of token " + std::to_string(record.tokenId), [&record](DeviceSqlite& db) {
+        WriteThrough(std::to_string(records.size()) + " usage records", [&records](DeviceSqlite& db) {
             DeviceSqlite::Statement insert = db.Prepare(INSERT_RECORD);
-            return insert.Valid() ? WriteRecord(record, insert) : db.LastCode();
+            int code = insert.Valid() ? SQLITE_OK : db.LastCode();
+            for (size_t i = 0; code == SQLITE_OK && i < records.size(); ++i) {
+                code = WriteRecord(records[i], insert);
+            }
+            return code;
         });
     }
 
@@ -685,12 +787,11 @@ void DeviceDatabase::Attach()
     AccessTokenService::GetInstance().SetListener(
         [link](TokenChange, AccessTokenID tokenId) { link->OnTokenChange(tokenId); });
     BundleManagerService::GetInstance().SetListener(
-        [link](BundleChange change, const std::string& bundleName, int32_t userId) {
-            link->OnBundleChange(change, bundleName, userId);
-        });
+        [link](const BundleEvent& event) { return link->OnBundleChange(event); });
     AppControlService::GetInstance().SetListener(
         [link](const DisposedStatus& status, bool) { link->OnDisposedStatus(status); });
-    PrivacyRecordService::GetInstance().SetListener([link](const UsageRecord& record) { link->OnRecord(record); });
+    PrivacyRecordService::GetInstance().SetListener(
+        [link](const std::vector<UsageRecord>& records) { link->OnRecords(records); });
     system::Host::ParameterHost::SetListener(
         [link](const std::string& key, const std::string& value) { link->OnParameter(key, value); });
 }

@@ -12,12 +12,19 @@
  *
  * Once open, the database is attached to the services: each change a service makes is committed
  * (one transaction per change) by that service's listener, before the call that made the change
- * returns to its caller. One database at a time is attached in a process.
+ * returns to its caller. A change is what its caller asked for as a whole: an installation with
+ * its token, an uninstallation with its token and usage records, the records of one bulk add.
+ * An installation the file cannot take is refused (the installer undoes it); any other write that
+ * fails is rolled back, counted and logged, and its change stays in memory only. One database at
+ * a time is attached in a process.
+ *
+ * Fault points for tests: "DeviceDatabase::WriteBundle" and "DeviceDatabase::DeleteToken" (an
+ * armed code fails that write, and so its transaction: the second write of an installation and of
+ * an uninstallation).
  *
  * Known limits, by what the services tell their listeners: records that PrivacyRecordService
  * removes by itself (RemoveRecordsOfToken, ClearRecords) stay in the file until their token is
- * deleted; Reset of a service is not observed; the records of one AddRecords call are committed
- * one by one.
+ * deleted; Reset of a service is not observed.
  *
  * Write-throughs run on the threads that change the services, serialised by the database. Open,
  * Provision and Close belong to one thread (the host's start and stop).

@@ -12,6 +12,7 @@
 #include "bundle_constants.h"
 #include "parameters.h"
 #include "platform/access_token/access_token_service.h"
+#include "platform/access_token/permission_definitions.h"
 #include "platform/bundle/bundle_manager_service.h"
 #include "platform/device/device_log.h"
 #include "platform/parameters/parameter_host.h"
@@ -256,6 +257,9 @@ bool ReadPermission(ProfileReader& reader, const json& value, const std::string&
     if (!ok) {
         return false;
     }
+    if (!Security::AccessToken::Host::PermissionDefinitions::IsDefined(permission.permissionName)) {
+        return reader.Fail(ProfileReader::Member(path, "name"), "not a permission the device defines");
+    }
     if (state != "granted" && state != "denied") {
         return reader.Fail(ProfileReader::Member(path, "state"), "expected \"granted\" or \"denied\"");
     }
@@ -281,7 +285,13 @@ bool ReadBundle(ProfileReader& reader, const json& value, const std::string& pat
         return [&reader, &out, nonEmpty](
                    const json& v, const std::string& p) { return reader.String(v, p, out, nonEmpty); };
     };
-    bool ok = reader.Required(value, path, "name", text(bundle.name, true)) &&
+    bool ok = reader.Required(value, path, "name",
+                  [&](const json& v, const std::string& p) {
+                      return reader.String(v, p, bundle.name, true) &&
+                             (AppExecFwk::Host::BundleManagerService::IsValidBundleName(bundle.name) ||
+                                 reader.Fail(p, "not a bundle name (up to 128 letters, digits, '_' and '.', "
+                                                "starting with a letter, without empty parts)"));
+                  }) &&
               reader.Required(value, path, "users",
                   [&](const json& v, const std::string& p) {
                       if (!reader.Array(v, p)) {
@@ -305,6 +315,11 @@ bool ReadBundle(ProfileReader& reader, const json& value, const std::string& pat
                   [&](const json& v, const std::string& p) {
                       if (!reader.Unsigned(v, p, AppExecFwk::Constants::BASE_USER_RANGE - 1, appIndex)) {
                           return false;
+                      }
+                      if (appIndex < static_cast<uint64_t>(AppExecFwk::Constants::BASE_APP_UID)) {
+                          return reader.Fail(p, "below the application range " +
+                                                    std::to_string(AppExecFwk::Constants::BASE_APP_UID) +
+                                                    " (smaller uids are the system processes')");
                       }
                       bundle.appIndex = static_cast<int32_t>(appIndex);
                       return true;

@@ -44,6 +44,24 @@ struct DeviceResult {
 
     static DeviceResult Success() { return {}; }
     static DeviceResult Fail(DeviceError error, std::string message) { return {error, std::move(message)}; }
+
+    // Stored text as a message shows it: quoted, its first 64 bytes with what is not printable
+    // ASCII escaped, and its length when it is longer (a damaged file may hold anything).
+    static std::string Shown(const std::string& text)
+    {
+        constexpr size_t SHOWN = 64;
+        static const char HEX[] = "0123456789ABCDEF";
+        std::string shown = "'";
+        for (size_t i = 0; i < text.size() && i < SHOWN; ++i) {
+            const auto c = static_cast<unsigned char>(text[i]);
+            if (c >= 0x20 && c < 0x7F && c != '\\' && c != '\'') {
+                shown += static_cast<char>(c);
+            } else {
+                shown += std::string("\\x") + HEX[c >> 4] + HEX[c & 0xF];
+            }
+        }
+        return shown + (text.size() > SHOWN ? "...' (" + std::to_string(text.size()) + " bytes)" : "'");
+    }
 };
 
 }  // namespace OHOS::Host

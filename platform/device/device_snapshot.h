@@ -40,8 +40,21 @@ public:
     // stay; a "const." one that holds another value already is refused). The services' listeners
     // are called for whatever they observe, so a caller that must not see its own restore detaches
     // them first. A bundle's install time becomes the time of the restore: the installer sets it.
-    // RESTORE_REFUSED names the first item a service refused; what came before it stays restored.
+    // A snapshot that Validate refuses changes nothing; RESTORE_REFUSED otherwise names the first
+    // item a service refused, and what came before it stays restored.
     DeviceResult Restore() const;
+
+    // Whether the snapshot is a device the services can hold: RESTORE_REFUSED naming the first
+    // item that is not. Users: user 0 among them, each in [0, MAX_USER_ID], once. Tokens: a
+    // non-zero id, once; an application, native or shell type; permissions defined, each once,
+    // granted or denied, with known flags; an application token's bundle name and user valid, a
+    // process's name given and its uid its own. Bundles: a valid name for a user of the snapshot,
+    // an index in the application range that is the bundle's on every user and no other bundle's,
+    // the uid user * 200000 + index that no process holds, and a token of the snapshot made for
+    // exactly this installation (application type, bundle, user, instance 0, system-app flag) that
+    // no other bundle names. Records: of an application token of the snapshot. Disposed
+    // statuses: for a user of the snapshot.
+    DeviceResult Validate() const;
 
 private:
     DeviceResult RestoreTokensAndBundles() const;

@@ -5,6 +5,7 @@
 #include <limits>
 #include <map>
 #include <optional>
+#include <set>
 
 #include "platform/access_token/access_token_service.h"
 #include "privacy_error.h"
@@ -97,7 +98,8 @@ int32_t PrivacyRecordService::CheckFields(const UsageRecord& record)
     if (record.tokenId == INVALID_TOKENID || !IsValidPermissionName(record.permissionName) || record.successCount < 0 ||
         record.failCount < 0 || (record.successCount == 0 && record.failCount == 0) || record.type < NORMAL_TYPE ||
         record.type >= PERM_USED_TYPE_BUTT || !IsValidAppStatus(record.status) ||
-        !IsValidScreenStatus(record.lockScreenStatus) || record.timestamp < 0 || record.accessDuration < 0) {
+        !IsValidScreenStatus(record.lockScreenStatus) || record.timestamp < 0 || record.timestamp > MAX_TIME_MS ||
+        record.accessDuration < 0 || record.accessDuration > MAX_TIME_MS) {
         return ERR_PARAM_INVALID;
     }
     return 0;
@@ -192,39 +194,50 @@ int32_t PrivacyRecordService::AddRecord(const UsageRecord& record)
     return 0;
 }
 
-int32_t PrivacyRecordService::AddRecords(const std::vector<UsageRecord>& records)
+int32_t PrivacyRecordService::AddRecords(const std::vector<UsageRecord>& records, size_t* refused)
 {
     // Token look-ups copy a token's permissions: once per token, not once per record.
     std::unordered_map<AccessTokenID, TokenFacts> facts;
-    for (const auto& record : records) {
-        if (record.tokenId != INVALID_TOKENID && facts.count(record.tokenId) == 0) {
-            facts.emplace(record.tokenId, LookUpToken(record.tokenId));
+    const TokenFacts none{ERR_PARAM_INVALID, {}, {}};
+    for (size_t i = 0; i < records.size(); ++i) {
+        const UsageRecord& record = records[i];
+        auto it = facts.find(record.tokenId);
+        if (it == facts.end() && record.tokenId != INVALID_TOKENID) {
+            it = facts.emplace(record.tokenId, LookUpToken(record.tokenId)).first;
+        }
+        int32_t ret = CheckFields(record);
+        if (ret == 0) {
+            ret = CheckAgainstToken(record, it == facts.end() ? none : it->second);
+        }
+        if (ret != 0) {
+            if (refused != nullptr) {
+                *refused = i;
+            }
+            return ret;
         }
     }
-    int32_t firstError = 0;
-    bool notify = false;
-    {
-        std::lock_guard<std::mutex> lock(listenerMutex_);
-        notify = static_cast<bool>(listener_);
-    }
-    std::vector<UsageRecord> added;
     {
         std::unique_lock<std::shared_mutex> lock(mutex_);
-        records_.reserve(records_.size() + records.size());
-        const TokenFacts none{ERR_PARAM_INVALID, {}, {}};
+        // Only the interned names can still refuse a record: count the new ones before adding any.
+        std::set<std::string> fresh;
         for (const auto& record : records) {
-            auto it = facts.find(record.tokenId);
-            const int32_t ret = StoreLocked(record, it == facts.end() ? none : it->second);
-            if (ret != 0 && firstError == 0) {
-                firstError = ret;
-            }
-            if (ret == 0 && notify) {
-                added.push_back(record);
+            if (permissionIndex_.count(record.permissionName) == 0) {
+                fresh.insert(record.permissionName);
             }
         }
+        if (permissionNames_.size() + fresh.size() > MAX_INTERNED_PERMISSIONS) {
+            if (refused != nullptr) {
+                *refused = 0;
+            }
+            return ERR_PARAM_INVALID;
+        }
+        records_.reserve(records_.size() + records.size());
+        for (const auto& record : records) {
+            StoreLocked(record, facts.at(record.tokenId));
+        }
     }
-    Notify(added);
-    return firstError;
+    Notify(records);
+    return 0;
 }
 
 bool PrivacyRecordService::SetAppStatus(AccessTokenID tokenId, int32_t status)
@@ -344,11 +357,8 @@ void PrivacyRecordService::Notify(const std::vector<UsageRecord>& records) const
         std::lock_guard<std::mutex> lock(listenerMutex_);
         listener = listener_;
     }
-    if (!listener) {
-        return;
-    }
-    for (const auto& record : records) {
-        listener(record);
+    if (listener && !records.empty()) {
+        listener(records);
     }
 }
 

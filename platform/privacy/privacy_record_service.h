@@ -13,7 +13,7 @@
  * a million records is held in memory; a query filters them in one pass.
  *
  * Thread-safe: queries share a lock, additions take it alone. The listener, when set, is called
- * after every added record, outside the service's lock.
+ * once per addition (the records of one call together), outside the service's lock.
  */
 #ifndef PLATFORM_PRIVACY_PRIVACY_RECORD_SERVICE_H
 #define PLATFORM_PRIVACY_PRIVACY_RECORD_SERVICE_H
@@ -47,9 +47,12 @@ struct UsageRecord {
     int64_t accessDuration = 0;  // ms
 };
 
+// The latest time a record may carry: the end of year 9999, in ms since the epoch.
+constexpr int64_t MAX_TIME_MS = 253402300799999LL;
+
 class PrivacyRecordService {
 public:
-    using Listener = std::function<void(const UsageRecord& record)>;
+    using Listener = std::function<void(const std::vector<UsageRecord>& records)>;
     using Clock = std::function<int64_t()>;
 
     static PrivacyRecordService& GetInstance();
@@ -65,11 +68,13 @@ public:
     // --- Provisioning ---------------------------------------------------------------------------
 
     // Adds one record after the kit's checks, plus: status 1 or 2, lock-screen status 1 or 2, a
-    // non-negative timestamp and duration (ERR_PARAM_INVALID otherwise). 0 when added.
+    // used type of the enumeration, a timestamp and a duration in [0, MAX_TIME_MS]
+    // (ERR_PARAM_INVALID otherwise). 0 when added.
     int32_t AddRecord(const UsageRecord& record);
-    // Adds every valid record under one lock; 0 when all were added, else the code of the first
-    // refused one (the valid ones are added all the same).
-    int32_t AddRecords(const std::vector<UsageRecord>& records);
+    // Adds the records as one: all of them under one lock and told to the listener together, or,
+    // when one is refused, none. 0, or the code of the first refused one and, when `refused` is
+    // given, its position.
+    int32_t AddRecords(const std::vector<UsageRecord>& records, size_t* refused = nullptr);
     // The application's state for records made from now on (1 foreground, 2 background); false
     // for another value. Kept per token until Reset or RemoveRecordsOfToken.
     bool SetAppStatus(AccessTokenID tokenId, int32_t status);

@@ -82,10 +82,19 @@ sptr<IRemoteObject> SystemAbilityManager::CheckSystemAbility(int32_t systemAbili
 {
     std::lock_guard<std::mutex> lock(mutex_);
     const Entry* entry = FindEntry(systemAbilityId);
-    if (entry == nullptr || entry->state == State::STOPPING) {
+    if (entry == nullptr) {
         return nullptr;
     }
-    return entry->object;
+    switch (entry->state) {
+        case State::RUNNING:
+        case State::UNLOAD_PENDING:
+        case State::DRAINING: return entry->object;
+        case State::STARTING:
+        case State::IDLING:
+            // The ability's own callback may look itself up; nobody else sees it half started.
+            return entry->busyThread == std::this_thread::get_id() ? entry->object : nullptr;
+        default: return nullptr;
+    }
 }
 
 int32_t SystemAbilityManager::AddSystemAbility(
@@ -135,60 +144,120 @@ sptr<IRemoteObject> SystemAbilityManager::StartAbility(
     return Acquire(systemAbilityId, reason, std::chrono::steady_clock::now() + GET_WAIT).object;
 }
 
-SystemAbilityManager::Acquired SystemAbilityManager::Acquire(
-    int32_t systemAbilityId, const SystemAbilityOnDemandReason& reason, std::chrono::steady_clock::time_point deadline)
+bool SystemAbilityManager::RunOnLifecycleThread(std::unique_lock<std::mutex>& lock,
+    std::chrono::steady_clock::time_point deadline, Released& released, Job job)
+{
+    if (std::this_thread::get_id() == lifecycleId_) {
+        job(lock, released);  // a callback asking for another ability: started in its turn
+        return true;
+    }
+    auto done = std::make_shared<bool>(false);
+    jobs_.push_back([job = std::move(job), done](std::unique_lock<std::mutex>& jobLock, Released& jobReleased) {
+        job(jobLock, jobReleased);
+        *done = true;
+    });
+    StartLifecycleThread();
+    work_.notify_all();
+    // The job holds all it needs: a caller that stops waiting leaves it to finish on its own.
+    return changed_.wait_until(lock, deadline, [&done] { return *done; });
+}
+
+void SystemAbilityManager::StartLifecycleThread()
+{
+    if (!lifecycleThread_.joinable()) {
+        lifecycleThread_ = std::thread([this] { LifecycleLoop(); });
+        lifecycleId_ = lifecycleThread_.get_id();
+    }
+}
+
+SystemAbilityManager::Acquired SystemAbilityManager::Acquire(int32_t systemAbilityId,
+    const SystemAbilityOnDemandReason& reason, std::chrono::steady_clock::time_point deadline, bool use)
 {
     Released released;  // destroyed after the lock
     std::unique_lock<std::mutex> lock(mutex_);
-    bool loaderCalled = false;
+    const std::thread::id self = std::this_thread::get_id();
     for (;;) {
-        Entry* entry = FindEntry(systemAbilityId);
-        bool mustWait = false;
-        if (entry == nullptr) {
-            if (loading_.count(systemAbilityId) != 0) {
-                mustWait = true;
-            } else if (loaderCalled || !loader_) {
-                return {SAM_ERR_NO_SUCH_ABILITY, nullptr};
-            } else {
-                // The loader registers the ability from the library's static initialiser, which
-                // takes this lock: it runs unlocked, and other first requests wait for it.
-                loaderCalled = true;
-                loading_.insert(systemAbilityId);
-                const Loader loader = loader_;
-                lock.unlock();
-                loader(systemAbilityId);
-                lock.lock();
-                loading_.erase(systemAbilityId);
-                changed_.notify_all();
-                continue;
+        // While the loader runs, the library's static initialisers run: one of them registers the
+        // ability, and those after it (tables, log tags, other objects the ability uses) may not
+        // have run yet. Nothing is started or handed out until the loader has returned.
+        if (loading_.count(systemAbilityId) != 0) {
+            if (self == lifecycleId_) {
+                return {SAM_ERR_NOT_RUNNING, nullptr};  // a static initialiser asking for its own ability
             }
+        } else if (Entry* entry = FindEntry(systemAbilityId); entry == nullptr) {
+            if (!loader_) {
+                return {SAM_ERR_NO_SUCH_ABILITY, nullptr};
+            }
+            // The loader registers the ability from the library's static initialiser, which takes
+            // this lock: it runs unlocked, and other first requests wait for it.
+            // What happened is judged by the job itself: by the time this thread runs again, the
+            // ability may have been started, used and unloaded by others.
+            loading_.insert(systemAbilityId);
+            auto registered = std::make_shared<bool>(false);
+            const bool loaded = RunOnLifecycleThread(lock, deadline, released,
+                [this, systemAbilityId, loader = loader_, registered](std::unique_lock<std::mutex>& jobLock, Released&) {
+                    jobLock.unlock();
+                    loader(systemAbilityId);
+                    jobLock.lock();
+                    loading_.erase(systemAbilityId);
+                    *registered = FindEntry(systemAbilityId) != nullptr;
+                    changed_.notify_all();
+                });
+            if (!loaded) {
+                return {SAM_ERR_TIMED_OUT, nullptr};
+            }
+            if (!*registered) {
+                return {SAM_ERR_NO_SUCH_ABILITY, nullptr};  // the library did not load or register
+            }
+            continue;
         } else {
-            const bool ownThread = entry->busyThread == std::this_thread::get_id();
+            const bool ownThread = entry->busyThread == self;
             switch (entry->state) {
                 case State::RUNNING:
-                case State::UNLOAD_PENDING: return {0, entry->object};
-                case State::STOPPED: return Start(lock, systemAbilityId, reason, released);
-                case State::STARTING:
-                    // Published objects are served while OnStart goes on; OnStart asking for its
-                    // own ability gets what it has published so far.
-                    if (entry->object != nullptr) {
+                case State::UNLOAD_PENDING:
+                    if (use) {
+                        ++uses_[systemAbilityId];
+                    }
+                    return {0, entry->object, use};
+                case State::DRAINING:
+                    if (!use) {
                         return {0, entry->object};
                     }
-                    if (ownThread) {
-                        return {SAM_ERR_NOT_RUNNING, nullptr};
+                    break;  // the uses under way end, then it idles: a new use waits for the unload
+                case State::STOPPED: {
+                    entry->state = State::STARTING;  // later requests wait for this start
+                    // Only the start's result comes back, never its object: this thread may run
+                    // again only after others have used the ability and unloaded its library, and
+                    // a reference it still held would then point into unmapped memory.
+                    auto result = std::make_shared<int32_t>(SAM_ERR_START_FAILED);
+                    const bool ran = RunOnLifecycleThread(lock, deadline, released,
+                        [this, systemAbilityId, ability = entry->ability, reason, result](
+                            std::unique_lock<std::mutex>& jobLock, Released& jobReleased) {
+                            *result = Start(jobLock, systemAbilityId, ability, reason, jobReleased).result;
+                        });
+                    if (!ran) {
+                        return {SAM_ERR_TIMED_OUT, nullptr};
                     }
-                    mustWait = true;
+                    if (*result != 0) {
+                        return {*result, nullptr};
+                    }
+                    continue;  // taken like any running ability, unless an unload came first
+                }
+                case State::STARTING:
+                    if (ownThread) {
+                        // OnStart asking for its own ability gets what it has published so far.
+                        return {entry->object == nullptr ? SAM_ERR_NOT_RUNNING : 0, entry->object};
+                    }
                     break;
                 case State::IDLING:
                 case State::STOPPING:
                     if (ownThread) {
                         return {SAM_ERR_NOT_RUNNING, nullptr};  // OnIdle or OnStop asking for itself
                     }
-                    mustWait = true;
                     break;
             }
         }
-        if (mustWait && changed_.wait_until(lock, deadline) == std::cv_status::timeout &&
+        if (changed_.wait_until(lock, deadline) == std::cv_status::timeout &&
             std::chrono::steady_clock::now() >= deadline) {
             HiLogPrint(LOG_CORE, LOG_ERROR, LOG_DOMAIN, LOG_TAG, "wait for SA %{public}d timed out", systemAbilityId);
             return {SAM_ERR_TIMED_OUT, nullptr};
@@ -196,12 +265,46 @@ SystemAbilityManager::Acquired SystemAbilityManager::Acquire(
     }
 }
 
+int32_t SystemAbilityManager::UseSystemAbility(int32_t systemAbilityId, std::chrono::milliseconds timeout,
+    const std::function<void(IRemoteObject& object)>& use)
+{
+    Acquired acquired =
+        Acquire(systemAbilityId, InterfaceCall(), std::chrono::steady_clock::now() + timeout, true);
+    if (acquired.result != 0) {
+        return acquired.result;
+    }
+    const bool ran = acquired.object != nullptr;
+    if (ran) {
+        use(*acquired.object);
+        acquired.object = nullptr;  // released while the library is surely there
+    }
+    if (!acquired.counted) {
+        return ran ? 0 : SAM_ERR_NOT_RUNNING;  // OnStart using its own ability
+    }
+    std::lock_guard<std::mutex> lock(mutex_);
+    auto it = uses_.find(systemAbilityId);
+    if (it != uses_.end() && --it->second <= 0) {
+        uses_.erase(it);
+        // An unload that found this ability in use goes on now.
+        const Entry* entry = FindEntry(systemAbilityId);
+        if (entry != nullptr && entry->state == State::DRAINING) {
+            unloadQueue_.push_back(systemAbilityId);
+            work_.notify_all();
+        }
+        changed_.notify_all();
+    }
+    return ran ? 0 : SAM_ERR_NOT_RUNNING;
+}
+
 SystemAbilityManager::Acquired SystemAbilityManager::Start(std::unique_lock<std::mutex>& lock, int32_t systemAbilityId,
-    const SystemAbilityOnDemandReason& reason, Released& released)
+    SystemAbility* ability, const SystemAbilityOnDemandReason& reason, Released& released)
 {
     Entry* entry = FindEntry(systemAbilityId);
-    SystemAbility* ability = entry->ability;
-    entry->state = State::STARTING;
+    if (entry == nullptr || entry->ability != ability || entry->state != State::STARTING) {
+        EndBusy(systemAbilityId, ability, released);  // unregistered or replaced before its turn
+        changed_.notify_all();
+        return {SAM_ERR_START_FAILED, nullptr};
+    }
     entry->busyThread = std::this_thread::get_id();
     lock.unlock();
     HiLogPrint(LOG_CORE, LOG_INFO, LOG_DOMAIN, LOG_TAG, "start SA %{public}d, reason %{public}s", systemAbilityId,
@@ -209,6 +312,8 @@ SystemAbilityManager::Acquired SystemAbilityManager::Start(std::unique_lock<std:
     ability->OnStart(reason);
     lock.lock();
     Acquired acquired{SAM_ERR_START_FAILED, nullptr};
+    // Only now is the ability handed out: what it published during OnStart waited for the rest of
+    // its start (its modules, its stores).
     entry = FindEntry(systemAbilityId);
     if (entry != nullptr && entry->ability == ability && entry->state == State::STARTING) {
         entry->busyThread = std::thread::id();
@@ -231,8 +336,8 @@ int32_t SystemAbilityManager::UnloadSystemAbility(int32_t systemAbilityId)
     if (entry == nullptr || entry->ability == nullptr) {
         return SAM_ERR_NO_SUCH_ABILITY;
     }
-    if (entry->state == State::UNLOAD_PENDING) {
-        return 0;
+    if (entry->state == State::UNLOAD_PENDING || entry->state == State::DRAINING) {
+        return 0;  // already under way
     }
     if (entry->state != State::RUNNING) {
         return SAM_ERR_NOT_RUNNING;
@@ -241,27 +346,33 @@ int32_t SystemAbilityManager::UnloadSystemAbility(int32_t systemAbilityId)
     unloadQueue_.push_back(systemAbilityId);
     // The caller is often the ability's own timer thread, which its OnStop may wait for: the unload
     // never runs on the caller's thread.
-    if (!unloadThread_.joinable()) {
-        unloadThread_ = std::thread([this] { UnloadLoop(); });
-    }
-    unloadReady_.notify_all();
+    StartLifecycleThread();
+    work_.notify_all();
     return 0;
 }
 
-void SystemAbilityManager::UnloadLoop()
+void SystemAbilityManager::LifecycleLoop()
 {
     std::unique_lock<std::mutex> lock(mutex_);
     for (;;) {
-        unloadReady_.wait(lock, [this] { return !unloadQueue_.empty() && !holdUnloads_; });
-        const int32_t systemAbilityId = unloadQueue_.front();
-        unloadQueue_.pop_front();
-        unloading_ = true;
+        work_.wait(lock, [this] { return !jobs_.empty() || (!unloadQueue_.empty() && !holdUnloads_); });
+        busy_ = true;
         Released released;
-        Unload(lock, systemAbilityId, released);
+        Job job;
+        if (!jobs_.empty()) {  // loads and starts go first: requests wait for them
+            job = std::move(jobs_.front());
+            jobs_.pop_front();
+            job(lock, released);
+        } else {
+            const int32_t systemAbilityId = unloadQueue_.front();
+            unloadQueue_.pop_front();
+            Unload(lock, systemAbilityId, released);
+        }
         lock.unlock();
+        job = nullptr;  // its captures (the loader) may call in
         released.clear();
         lock.lock();
-        unloading_ = false;
+        busy_ = false;
         changed_.notify_all();
     }
 }
@@ -269,13 +380,22 @@ void SystemAbilityManager::UnloadLoop()
 void SystemAbilityManager::Unload(std::unique_lock<std::mutex>& lock, int32_t systemAbilityId, Released& released)
 {
     Entry* entry = FindEntry(systemAbilityId);
-    if (entry == nullptr || entry->state != State::UNLOAD_PENDING) {
+    if (entry == nullptr || (entry->state != State::UNLOAD_PENDING && entry->state != State::DRAINING)) {
         return;  // cancelled, or unregistered meanwhile
+    }
+    if (uses_.count(systemAbilityId) != 0) {
+        // Uses under way run to their end before OnIdle: neither OnStop nor the library's unload
+        // may pull the ability from under a request. The last of them queues the unload again; a
+        // use may still cancel it meanwhile. The thread does not wait here: a use may be waiting
+        // for it to start another ability.
+        entry->state = State::DRAINING;
+        return;
     }
     SystemAbility* ability = entry->ability;
     entry->state = State::IDLING;
     entry->busyThread = std::this_thread::get_id();
     const SystemAbilityOnDemandReason reason = InterfaceCall();
+    changed_.notify_all();
     lock.unlock();
     const int32_t idle = ability->OnIdle(reason);
     lock.lock();
@@ -408,6 +528,7 @@ bool SystemAbilityManager::CancelIdle(SystemAbility* ability)
     }
     switch (entry->state) {
         case State::UNLOAD_PENDING:
+        case State::DRAINING:
             entry->state = State::RUNNING;
             unloadQueue_.erase(std::remove(unloadQueue_.begin(), unloadQueue_.end(), ability->GetSystemAbilityId()),
                 unloadQueue_.end());
@@ -442,13 +563,22 @@ void SystemAbilityManager::HoldUnloads(bool hold)
 {
     std::lock_guard<std::mutex> lock(mutex_);
     holdUnloads_ = hold;
-    unloadReady_.notify_all();
+    work_.notify_all();
+}
+
+bool SystemAbilityManager::Settled() const
+{
+    if (!jobs_.empty() || !unloadQueue_.empty() || busy_) {
+        return false;
+    }
+    return std::none_of(entries_.begin(), entries_.end(),
+        [](const auto& item) { return item.second.state == State::DRAINING; });
 }
 
 bool SystemAbilityManager::WaitForUnloads(std::chrono::milliseconds timeout)
 {
     std::unique_lock<std::mutex> lock(mutex_);
-    return changed_.wait_for(lock, timeout, [this] { return unloadQueue_.empty() && !unloading_; });
+    return changed_.wait_for(lock, timeout, [this] { return Settled(); });
 }
 
 void SystemAbilityManager::Reset()
@@ -458,8 +588,8 @@ void SystemAbilityManager::Reset()
     StopListener listener;
     std::unique_lock<std::mutex> lock(mutex_);
     holdUnloads_ = false;
-    unloadReady_.notify_all();
-    changed_.wait(lock, [this] { return unloadQueue_.empty() && !unloading_; });
+    work_.notify_all();
+    changed_.wait(lock, [this] { return Settled(); });
     for (auto& [id, entry] : entries_) {
         Release(entry.object, released);
     }

@@ -137,6 +137,16 @@ bool FrameDecoder<Frame>::Next(Frame& frame)
 }
 
 template <typename Frame>
+size_t FrameDecoder<Frame>::HeldBytes() const
+{
+    size_t held = current_.payload.capacity();
+    for (const Frame& frame : ready_) {
+        held += frame.payload.capacity();
+    }
+    return held;
+}
+
+template <typename Frame>
 DecodeError FrameDecoder<Frame>::Finish()
 {
     if (error_ == DecodeError::NONE && InFrame()) {

@@ -60,6 +60,10 @@ public:
 
     // True while a frame has begun to arrive and is not complete yet.
     bool InFrame() const { return headerFill_ > 0; }
+    // Bytes of memory held for frames not yet taken out with Next: the ready ones, and the one
+    // that has begun, whose buffer grows with the bytes received (to at most twice them, never
+    // beyond the declared length).
+    size_t HeldBytes() const;
 
     // The stream has ended: a frame cut short becomes an error (TRUNCATED_HEADER or
     // TRUNCATED_PAYLOAD). Returns the stream's error. Ready frames stay ready.

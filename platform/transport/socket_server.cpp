@@ -18,13 +18,16 @@
 #include <cstring>
 #include <deque>
 #include <exception>
+#include <iterator>
 #include <mutex>
 #include <thread>
 #include <unordered_map>
 #include <utility>
 #include <vector>
 
+#include "platform/transport/frame_budget.h"
 #include "platform/transport/frame_decoder.h"
+#include "platform/transport/pending_reply.h"
 #include "platform/transport/socket_io.h"
 #include "platform/transport/transport_log.h"
 
@@ -46,7 +49,9 @@ constexpr int LOCK_ATTEMPTS = 3;
 // Out of descriptors: accepting again at once would spin, so the listener rests this long.
 constexpr std::chrono::milliseconds ACCEPT_PAUSE{100};
 constexpr std::chrono::milliseconds LONGEST_SWEEP{250};
-constexpr uint32_t CONNECTION_EVENTS = EPOLLIN | EPOLLRDHUP | EPOLLONESHOT;
+constexpr uint32_t READ_EVENTS = EPOLLIN | EPOLLRDHUP | EPOLLONESHOT;
+// A peer that shut its side down may still read: only a reset or an error ends a reply early.
+constexpr uint32_t WRITE_EVENTS = EPOLLOUT | EPOLLONESHOT;
 
 enum class State { IDLE, RUNNING, STOPPED };
 
@@ -70,31 +75,70 @@ void NameThread(const char* name)
     pthread_setname_np(pthread_self(), name);
 }
 
+// Where a connection is in its life; each phase but WAITING and SERVING has a deadline.
+enum class Phase {
+    SILENT,     // accepted, and no byte of a frame yet: it must begin one by its deadline
+    WAITING,    // between frames, watched for the next
+    RECEIVING,  // a frame has begun: it must be whole by its deadline
+    SERVING,    // a request of it is with the pool, and it is not watched
+    SENDING,    // its reply did not go at once: the accepting thread sends the rest by the deadline
+};
+
 // One accepted client. The descriptor and the identity never change. The accepting thread reads
-// the connection while it is watched; a pool thread owns it from the moment a request of it is
-// handed over until it watches it again (or finds the next request already read). The mutex makes
-// that hand-back visible to the accepting thread, and guards the decoder and the deadline.
+// the connection while it is watched, and sends the rest of a reply that did not go at once; a
+// pool thread owns it from the moment a request of it is handed over until it watches it again,
+// finds the next request already read, or hands the rest of its reply to the accepting thread.
+// The mutex makes those hand-overs visible, and guards the decoder, the reply and the phase.
 struct Connection {
-    Connection(uint64_t key, int fd, const PeerCredentials& peer, uint32_t maxPayload)
-        : key(key), fd(fd), peer(peer), decoder(maxPayload)
+    Connection(uint64_t key, int fd, const PeerCredentials& peer, bool system, uint32_t maxPayload)
+        : key(key), fd(fd), peer(peer), system(system), decoder(maxPayload)
     {
     }
     ~Connection() { close(fd); }
     Connection(const Connection&) = delete;
     Connection& operator=(const Connection&) = delete;
 
+    // Memory held for the client: frames arriving or read ahead, the request with the pool until
+    // its handler returns, and the reply not taken.
+    size_t Held() const { return decoder.HeldBytes() + requestBytes + reply.Held(); }
+
     const uint64_t key;
     const int fd;
     const PeerCredentials peer;
+    const bool system;  // a system caller: outside its uid's quota, and may take the reserve
+    // Set by the accepting thread once it has dropped the connection; a pool thread that still
+    // holds it lets it go instead of watching it again.
+    std::atomic<bool> closed{false};
     std::mutex mutex;
     RequestDecoder decoder;
-    bool hasDeadline = false;  // a frame has begun and must be complete by frameDeadline
-    Clock::time_point frameDeadline;
+    size_t requestBytes = 0;  // of the request with the pool
+    PendingReply reply;
+    Phase phase = Phase::SILENT;
+    Clock::time_point deadline;
 };
 
 struct Job {
     std::shared_ptr<Connection> connection;
     RequestFrame request;
+};
+
+// What a pool thread asks of the accepting thread for a connection it lets go.
+enum class HandOver {
+    CLOSE,       // the connection is done for
+    SEND_REST,   // its reply did not go at once: send the rest when the socket has room
+};
+
+// What became of a request a pool thread served.
+enum class Served {
+    DONE,     // answered (or async): the connection goes on with its next request
+    PENDING,  // the reply did not go at once, and waits in the connection for the accepting thread
+    CLOSE,    // the connection must close
+};
+
+// Connections of one uid that is not a system caller's, for its quota.
+struct UidConnections {
+    size_t open = 0;
+    bool refusalLogged = false;  // one warning per stretch of refusals, not one per connection
 };
 
 }  // namespace
@@ -104,10 +148,13 @@ struct SocketServer::Impl {
         : path(std::move(socketPath)),
           lockPath(path + ".lock"),
           handler(std::move(requestHandler)),
-          options(serverOptions)
+          options(serverOptions),
+          budget(serverOptions.frameBudget)
     {
         options.threads = std::max<size_t>(options.threads, 1);
-        sweepInterval = std::clamp(std::chrono::duration_cast<std::chrono::milliseconds>(options.readTimeout / 4),
+        options.systemReserve = std::min(options.systemReserve, options.maxConnections);
+        const auto shortest = std::min({options.firstFrameTimeout, options.readTimeout, options.writeTimeout});
+        sweepInterval = std::clamp(std::chrono::duration_cast<std::chrono::milliseconds>(shortest / 4),
             std::chrono::milliseconds(1), LONGEST_SWEEP);
     }
 
@@ -123,20 +170,29 @@ struct SocketServer::Impl {
     // The accepting thread.
     void RunReactor();
     void AcceptAll();
+    bool Admit(const PeerCredentials& peer, bool system);
     void PauseAccept();
     void ResumeAccept();
-    void ReadConnection(uint64_t key);
-    void DrainClosing();
-    void Sweep(Clock::time_point now);
-    bool Arm(Connection& connection);
+    void OnEvent(uint64_t key);
+    // Reads what the connection sent; true when it stopped with the budget over, the connection
+    // neither watched nor handed to the pool. Its lock is held.
+    bool ReadConnection(const std::shared_ptr<Connection>& connection);
+    bool SendRest(const std::shared_ptr<Connection>& connection);
+    bool Continue(const std::shared_ptr<Connection>& connection);
+    bool Watch(Connection& connection, uint32_t events);
     void Dispatch(const std::shared_ptr<Connection>& connection);
-    void CloseConnection(const std::shared_ptr<Connection>& connection);
+    void TakeHandOvers();
+    void Sweep(Clock::time_point now);
+    void Account(const Connection& connection);
+    void KeepWithinBudget();
+    void DropQueuedOfClosed();
+    void CloseConnection(std::shared_ptr<Connection> connection);
 
     // A pool thread.
     void RunWorker(size_t index);
-    bool Serve(const Job& job);
+    Served Serve(Job& job);
     bool TakeNextOrWatch(Job& job);
-    void HandBackForClosing(std::shared_ptr<Connection> connection);
+    void HandOverToReactor(std::shared_ptr<Connection> connection, HandOver what);
 
     const std::string path;
     const std::string lockPath;
@@ -150,13 +206,17 @@ struct SocketServer::Impl {
     bool bound = false;  // the socket file at the path is ours
     int lockFd = -1;
     int epollFd = -1;
-    int wakeFd = -1;  // pool threads -> accepting thread: a connection is to be closed (drained)
-    int stopFd = -1;  // Stop -> everyone; never drained, so it stays readable once set
+    int wakeFd = -1;  // pool threads -> accepting thread: connections handed over (drained)
+    int stopFd = -1;  // Stop -> accepting thread; never drained, so it stays readable once set
     std::thread reactor;
     std::vector<std::thread> workers;
 
     // The accepting thread's own state.
     std::unordered_map<uint64_t, std::shared_ptr<Connection>> connections;
+    std::unordered_map<uid_t, UidConnections> byUid;  // of callers that are not system callers
+    size_t othersOpen = 0;                            // their connections, every uid together
+    bool fullLogged = false;
+    FrameBudget budget;
     uint64_t nextKey = FIRST_CONNECTION_KEY;
     std::vector<uint8_t> readBuffer;
     bool acceptPaused = false;
@@ -168,16 +228,22 @@ struct SocketServer::Impl {
     bool stopping = false;
     std::atomic<bool> stopRequested{false};
 
-    std::mutex closingMutex;
-    std::vector<std::shared_ptr<Connection>> closing;
+    std::mutex handOverMutex;
+    std::vector<std::pair<std::shared_ptr<Connection>, HandOver>> handOvers;
 
     std::atomic<uint64_t> connectionsAccepted{0};
     std::atomic<uint64_t> connectionsRefused{0};
+    std::atomic<uint64_t> refusedOverUidQuota{0};
     std::atomic<uint64_t> connectionsOpen{0};
     std::atomic<uint64_t> requestsServed{0};
     std::atomic<uint64_t> framesRefused{0};
     std::atomic<uint64_t> clientsGone{0};
     std::atomic<uint64_t> timeouts{0};
+    std::atomic<uint64_t> silentClosed{0};
+    std::atomic<uint64_t> budgetClosed{0};
+    std::atomic<uint64_t> repliesOverQueue{0};
+    std::atomic<uint64_t> bytesHeld{0};
+    std::atomic<uint64_t> bytesHeldPeak{0};
 };
 
 SocketServer::SocketServer(std::string path, Handler handler, ServerOptions options)
@@ -217,11 +283,17 @@ ServerStats SocketServer::Stats() const
     ServerStats stats;
     stats.connectionsAccepted = impl_->connectionsAccepted.load(std::memory_order_relaxed);
     stats.connectionsRefused = impl_->connectionsRefused.load(std::memory_order_relaxed);
+    stats.refusedOverUidQuota = impl_->refusedOverUidQuota.load(std::memory_order_relaxed);
     stats.connectionsOpen = impl_->connectionsOpen.load(std::memory_order_relaxed);
     stats.requestsServed = impl_->requestsServed.load(std::memory_order_relaxed);
     stats.framesRefused = impl_->framesRefused.load(std::memory_order_relaxed);
     stats.clientsGone = impl_->clientsGone.load(std::memory_order_relaxed);
     stats.timeouts = impl_->timeouts.load(std::memory_order_relaxed);
+    stats.silentClosed = impl_->silentClosed.load(std::memory_order_relaxed);
+    stats.budgetClosed = impl_->budgetClosed.load(std::memory_order_relaxed);
+    stats.repliesOverQueue = impl_->repliesOverQueue.load(std::memory_order_relaxed);
+    stats.bytesHeld = impl_->bytesHeld.load(std::memory_order_relaxed);
+    stats.bytesHeldPeak = impl_->bytesHeldPeak.load(std::memory_order_relaxed);
     return stats;
 }
 
@@ -378,6 +450,7 @@ void SocketServer::Impl::ReleaseLock()
     }
 }
 
+
 void SocketServer::Impl::Stop()
 {
     if (state.load() != State::RUNNING) {
@@ -388,7 +461,6 @@ void SocketServer::Impl::Stop()
         TRANSPORT_LOGE("a request handler cannot stop the server that runs it");
         return;
     }
-    // Wakes the accepting thread and makes a pool thread that waits on a slow client give up.
     stopRequested.store(true);
     Signal(stopFd);
     {
@@ -402,9 +474,12 @@ void SocketServer::Impl::Stop()
     }
     workers.clear();
     queue.clear();
-    closing.clear();
+    handOvers.clear();
     connections.clear();
+    byUid.clear();
+    othersOpen = 0;
     connectionsOpen.store(0);
+    bytesHeld.store(0);
     ReleaseDescriptors();
     state.store(State::STOPPED);
     TRANSPORT_LOGI("stopped serving on %{public}s", path.c_str());
@@ -437,11 +512,11 @@ void SocketServer::Impl::RunReactor()
             } else if (key == WAKE_KEY) {
                 wake = true;
             } else {
-                ReadConnection(key);
+                OnEvent(key);
             }
         }
         if (wake) {
-            DrainClosing();
+            TakeHandOvers();
         }
         if (accept) {
             AcceptAll();
@@ -459,7 +534,9 @@ void SocketServer::Impl::RunReactor()
 
 void SocketServer::Impl::AcceptAll()
 {
-    for (;;) {
+    // A bounded number per pass: a caller that connects without pause must not keep this thread
+    // from the connections it already has. The listener stays readable for the next pass.
+    for (size_t taken = 0; taken < EVENT_BATCH; ++taken) {
         const int fd = accept4(listenFd, nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
         if (fd < 0) {
             if (errno == EINTR || errno == ECONNABORTED) {
@@ -471,12 +548,6 @@ void SocketServer::Impl::AcceptAll()
             }
             return;
         }
-        if (connections.size() >= options.maxConnections) {
-            connectionsRefused.fetch_add(1, std::memory_order_relaxed);
-            TRANSPORT_LOGW("%zu connections open; a new one is refused", connections.size());
-            close(fd);
-            continue;
-        }
         struct ucred credentials {};
         socklen_t length = sizeof(credentials);
         if (getsockopt(fd, SOL_SOCKET, SO_PEERCRED, &credentials, &length) != 0) {
@@ -485,19 +556,58 @@ void SocketServer::Impl::AcceptAll()
             continue;
         }
         const PeerCredentials peer{credentials.pid, credentials.uid, credentials.gid};
-        auto connection = std::make_shared<Connection>(nextKey++, fd, peer, options.maxPayload);
+        const bool system = options.isSystemUid ? options.isSystemUid(peer.uid) : peer.uid == 0;
+        if (!Admit(peer, system)) {
+            connectionsRefused.fetch_add(1, std::memory_order_relaxed);
+            close(fd);
+            continue;
+        }
+        auto connection = std::make_shared<Connection>(nextKey++, fd, peer, system, options.maxPayload);
+        connection->deadline = Clock::now() + options.firstFrameTimeout;
         struct epoll_event event {};
-        event.events = CONNECTION_EVENTS;
+        event.events = READ_EVENTS;
         event.data.u64 = connection->key;
         if (epoll_ctl(epollFd, EPOLL_CTL_ADD, fd, &event) != 0) {
             TRANSPORT_LOGE("cannot watch a connection: %{public}s", strerror(errno));
             continue;
         }
         connections.emplace(connection->key, std::move(connection));
+        if (!system) {
+            ++byUid[peer.uid].open;
+            ++othersOpen;
+        }
         connectionsAccepted.fetch_add(1, std::memory_order_relaxed);
         connectionsOpen.fetch_add(1, std::memory_order_relaxed);
         TRANSPORT_LOGD("connection from pid %d uid %u", peer.pid, peer.uid);
     }
+}
+
+bool SocketServer::Impl::Admit(const PeerCredentials& peer, bool system)
+{
+    const bool full = connections.size() >= options.maxConnections;
+    if (full || (!system && othersOpen >= options.maxConnections - options.systemReserve)) {
+        // Said once, and again only after the connections have fallen to half the cap.
+        if (!fullLogged) {
+            TRANSPORT_LOGW("%zu connections open%{public}s: new ones are refused", connections.size(),
+                full ? "" : ", the places left kept for system callers");
+            fullLogged = true;
+        }
+        return false;
+    }
+    if (system || options.connectionsPerUid == 0) {
+        return true;
+    }
+    const auto mine = byUid.find(peer.uid);
+    if (mine == byUid.end() || mine->second.open < options.connectionsPerUid) {
+        return true;
+    }
+    refusedOverUidQuota.fetch_add(1, std::memory_order_relaxed);
+    if (!mine->second.refusalLogged) {
+        TRANSPORT_LOGW("uid %u holds %zu connections, its quota; further ones are refused", peer.uid,
+            mine->second.open);
+        mine->second.refusalLogged = true;
+    }
+    return false;
 }
 
 void SocketServer::Impl::PauseAccept()
@@ -519,14 +629,36 @@ void SocketServer::Impl::ResumeAccept()
     }
 }
 
-void SocketServer::Impl::ReadConnection(uint64_t key)
+void SocketServer::Impl::OnEvent(uint64_t key)
 {
     const auto found = connections.find(key);
     if (found == connections.end()) {
         return;
     }
     const std::shared_ptr<Connection> connection = found->second;
-    std::lock_guard<std::mutex> lock(connection->mutex);
+    for (;;) {
+        {
+            std::lock_guard<std::mutex> lock(connection->mutex);
+            if (connection->closed.load() || connection->phase == Phase::SERVING) {
+                return;
+            }
+            if (connection->phase == Phase::SENDING) {
+                SendRest(connection);
+                return;
+            }
+            if (!ReadConnection(connection)) {
+                return;
+            }
+        }
+        // Reading stopped with the budget over. It is brought back within it holding no
+        // connection's lock, since that looks at every connection; then, if this one is still
+        // open, reading goes on where it stopped.
+        KeepWithinBudget();
+    }
+}
+
+bool SocketServer::Impl::ReadConnection(const std::shared_ptr<Connection>& connection)
+{
     RequestDecoder& decoder = connection->decoder;
     for (;;) {
         const ssize_t received = recv(connection->fd, readBuffer.data(), readBuffer.size(), MSG_DONTWAIT);
@@ -537,7 +669,13 @@ void SocketServer::Impl::ReadConnection(uint64_t key)
                 TRANSPORT_LOGW("refused a frame from pid %d uid %u: %{public}s", connection->peer.pid,
                     connection->peer.uid, DecodeErrorName(error));
                 CloseConnection(connection);
-                return;
+                return false;
+            }
+            // Counted as it grows, so that a frame is judged against the budget while it arrives,
+            // not once it is whole.
+            Account(*connection);
+            if (budget.Over()) {
+                return true;
             }
             // Reading stops at the first whole request: the connection's next frames wait in the
             // kernel until this one is answered, which bounds what a client can make us hold.
@@ -550,32 +688,66 @@ void SocketServer::Impl::ReadConnection(uint64_t key)
                 TRANSPORT_LOGI("pid %d left in the middle of a request", connection->peer.pid);
             }
             CloseConnection(connection);
-            return;
+            return false;
         } else if (errno == EAGAIN || errno == EWOULDBLOCK) {
             break;
         } else if (errno != EINTR) {
             clientsGone.fetch_add(1, std::memory_order_relaxed);
             CloseConnection(connection);
-            return;
+            return false;
         }
     }
-    if (decoder.HasFrame()) {
-        Dispatch(connection);
-    } else if (!Arm(*connection)) {
-        CloseConnection(connection);
-    }
+    Continue(connection);
+    return false;
 }
 
-bool SocketServer::Impl::Arm(Connection& connection)
+bool SocketServer::Impl::SendRest(const std::shared_ptr<Connection>& connection)
 {
-    if (!connection.decoder.InFrame()) {
-        connection.hasDeadline = false;
-    } else if (!connection.hasDeadline) {
-        connection.hasDeadline = true;
-        connection.frameDeadline = Clock::now() + options.readTimeout;
+    switch (connection->reply.SendNow(connection->fd)) {
+        case PendingReply::Progress::DONE:
+            Account(*connection);
+            return Continue(connection);
+        case PendingReply::Progress::PENDING: break;
+        case PendingReply::Progress::BROKEN:
+            clientsGone.fetch_add(1, std::memory_order_relaxed);
+            TRANSPORT_LOGI("pid %d left before taking its reply", connection->peer.pid);
+            CloseConnection(connection);
+            return false;
+    }
+    if (!Watch(*connection, WRITE_EVENTS)) {
+        CloseConnection(connection);
+        return false;
+    }
+    return true;
+}
+
+bool SocketServer::Impl::Continue(const std::shared_ptr<Connection>& connection)
+{
+    if (connection->decoder.HasFrame()) {
+        Dispatch(connection);
+        return true;
+    }
+    if (!Watch(*connection, READ_EVENTS)) {
+        CloseConnection(connection);
+        return false;
+    }
+    return true;
+}
+
+bool SocketServer::Impl::Watch(Connection& connection, uint32_t events)
+{
+    if (events == READ_EVENTS) {
+        if (connection.decoder.InFrame()) {
+            if (connection.phase != Phase::RECEIVING) {
+                connection.phase = Phase::RECEIVING;
+                connection.deadline = Clock::now() + options.readTimeout;
+            }
+        } else if (connection.phase != Phase::SILENT) {
+            connection.phase = Phase::WAITING;
+        }
     }
     struct epoll_event event {};
-    event.events = CONNECTION_EVENTS;
+    event.events = events;
     event.data.u64 = connection.key;
     if (epoll_ctl(epollFd, EPOLL_CTL_MOD, connection.fd, &event) != 0) {
         TRANSPORT_LOGE("cannot watch a connection again: %{public}s", strerror(errno));
@@ -589,7 +761,8 @@ void SocketServer::Impl::Dispatch(const std::shared_ptr<Connection>& connection)
     Job job;
     job.connection = connection;
     connection->decoder.Next(job.request);
-    connection->hasDeadline = false;
+    connection->requestBytes = job.request.payload.capacity();
+    connection->phase = Phase::SERVING;
     {
         std::lock_guard<std::mutex> lock(queueMutex);
         queue.push_back(std::move(job));
@@ -597,44 +770,157 @@ void SocketServer::Impl::Dispatch(const std::shared_ptr<Connection>& connection)
     queueReady.notify_one();
 }
 
-void SocketServer::Impl::CloseConnection(const std::shared_ptr<Connection>& connection)
-{
-    epoll_ctl(epollFd, EPOLL_CTL_DEL, connection->fd, nullptr);
-    // The descriptor closes with the last reference to the connection.
-    if (connections.erase(connection->key) > 0) {
-        connectionsOpen.fetch_sub(1, std::memory_order_relaxed);
-    }
-}
-
-void SocketServer::Impl::DrainClosing()
+void SocketServer::Impl::TakeHandOvers()
 {
     uint64_t counter = 0;
     (void)!read(wakeFd, &counter, sizeof(counter));
-    std::vector<std::shared_ptr<Connection>> done;
+    std::vector<std::pair<std::shared_ptr<Connection>, HandOver>> taken;
     {
-        std::lock_guard<std::mutex> lock(closingMutex);
-        done.swap(closing);
+        std::lock_guard<std::mutex> lock(handOverMutex);
+        taken.swap(handOvers);
     }
-    for (const auto& connection : done) {
-        CloseConnection(connection);
+    for (auto& [connection, what] : taken) {
+        if (what == HandOver::CLOSE) {
+            CloseConnection(connection);
+            continue;
+        }
+        std::lock_guard<std::mutex> lock(connection->mutex);
+        if (connection->closed.load()) {
+            continue;
+        }
+        // The reply counts against the budget from now until its last byte has gone.
+        Account(*connection);
+        if (!Watch(*connection, WRITE_EVENTS)) {
+            CloseConnection(connection);
+        }
     }
+    KeepWithinBudget();
 }
 
 void SocketServer::Impl::Sweep(Clock::time_point now)
 {
-    std::vector<std::shared_ptr<Connection>> late;
+    std::vector<std::pair<std::shared_ptr<Connection>, Phase>> late;
     for (const auto& [key, connection] : connections) {
         std::lock_guard<std::mutex> lock(connection->mutex);
-        if (connection->hasDeadline && now >= connection->frameDeadline) {
-            late.push_back(connection);
+        // A request the pool has finished with is counted until the connection is next seen;
+        // the sweep brings every count up to date.
+        Account(*connection);
+        const Phase phase = connection->phase;
+        if ((phase == Phase::SILENT || phase == Phase::RECEIVING || phase == Phase::SENDING) &&
+            now >= connection->deadline) {
+            late.emplace_back(connection, phase);
         }
     }
-    for (const auto& connection : late) {
-        timeouts.fetch_add(1, std::memory_order_relaxed);
-        TRANSPORT_LOGW("pid %d left a request unfinished for %lld ms; connection closed", connection->peer.pid,
-            static_cast<long long>(options.readTimeout.count()));
+    size_t silent = 0;
+    size_t unfinished = 0;
+    size_t untaken = 0;
+    for (const auto& [connection, phase] : late) {
+        // Counted first: the client may see its connection end before this thread goes on.
+        ++(phase == Phase::SILENT ? silent : phase == Phase::RECEIVING ? unfinished : untaken);
+        (phase == Phase::SILENT ? silentClosed : timeouts).fetch_add(1, std::memory_order_relaxed);
         CloseConnection(connection);
     }
+    // One line a sweep, however many connections a caller left hanging.
+    if (silent > 0) {
+        TRANSPORT_LOGI("closed %zu connections that began no request within %lld ms", silent,
+            static_cast<long long>(options.firstFrameTimeout.count()));
+    }
+    if (unfinished > 0) {
+        TRANSPORT_LOGW("closed %zu connections that left a request unfinished for %lld ms", unfinished,
+            static_cast<long long>(options.readTimeout.count()));
+    }
+    if (untaken > 0) {
+        TRANSPORT_LOGW("closed %zu connections that did not take their reply within %lld ms", untaken,
+            static_cast<long long>(options.writeTimeout.count()));
+    }
+}
+
+void SocketServer::Impl::Account(const Connection& connection)
+{
+    if (connection.closed.load()) {
+        return;
+    }
+    budget.Set(connection.key, connection.peer.uid, connection.Held());
+    const uint64_t held = budget.Held();
+    bytesHeld.store(held, std::memory_order_relaxed);
+    if (held > bytesHeldPeak.load(std::memory_order_relaxed)) {
+        bytesHeldPeak.store(held, std::memory_order_relaxed);
+    }
+}
+
+void SocketServer::Impl::KeepWithinBudget()
+{
+    if (!budget.Over()) {
+        return;
+    }
+    // Requests the pool finished with since their connection was last seen still count: bring
+    // every count up to date before anyone loses a connection for it.
+    for (const auto& [key, connection] : connections) {
+        std::lock_guard<std::mutex> lock(connection->mutex);
+        Account(*connection);
+    }
+    size_t closed = 0;
+    uid_t greediest = 0;
+    while (budget.Over()) {
+        const std::optional<uint64_t> victim = budget.Victim();
+        if (!victim) {
+            break;
+        }
+        const auto found = connections.find(*victim);
+        if (found == connections.end()) {
+            budget.Remove(*victim);
+            continue;
+        }
+        greediest = found->second->peer.uid;
+        ++closed;
+        // Counted first: the client may see its connection end before this thread goes on.
+        budgetClosed.fetch_add(1, std::memory_order_relaxed);
+        CloseConnection(found->second);
+    }
+    if (closed > 0) {
+        DropQueuedOfClosed();
+        TRANSPORT_LOGW("frames arriving, requests waiting and replies not taken held over %zu bytes: uid %u, which "
+                       "held the most, lost %zu connections",
+            budget.Limit(), greediest, closed);
+    }
+}
+
+void SocketServer::Impl::DropQueuedOfClosed()
+{
+    // A request that waits for a thread holds its bytes until served: one of a connection that has
+    // been closed is dropped now, so that closing frees the memory at once.
+    std::deque<Job> dropped;
+    {
+        std::lock_guard<std::mutex> lock(queueMutex);
+        const auto kept = std::stable_partition(
+            queue.begin(), queue.end(), [](const Job& job) { return !job.connection->closed.load(); });
+        std::move(kept, queue.end(), std::back_inserter(dropped));
+        queue.erase(kept, queue.end());
+    }
+}
+
+void SocketServer::Impl::CloseConnection(std::shared_ptr<Connection> connection)
+{
+    // Taken by value: the table's own reference may be the one passed.
+    if (connections.erase(connection->key) == 0) {
+        return;
+    }
+    connection->closed.store(true);
+    epoll_ctl(epollFd, EPOLL_CTL_DEL, connection->fd, nullptr);
+    budget.Remove(connection->key);
+    bytesHeld.store(budget.Held(), std::memory_order_relaxed);
+    if (!connection->system) {
+        const auto mine = byUid.find(connection->peer.uid);
+        if (mine != byUid.end() && --mine->second.open == 0) {
+            byUid.erase(mine);
+        }
+        --othersOpen;
+    }
+    if (fullLogged && connections.size() <= options.maxConnections / 2) {
+        fullLogged = false;
+    }
+    connectionsOpen.fetch_sub(1, std::memory_order_relaxed);
+    // The descriptor closes with the last reference to the connection.
 }
 
 void SocketServer::Impl::RunWorker(size_t index)
@@ -652,14 +938,80 @@ void SocketServer::Impl::RunWorker(size_t index)
             job = std::move(queue.front());
             queue.pop_front();
         }
+        if (job.connection->closed.load()) {
+            continue;  // closed while it waited: nobody would take the reply
+        }
         // Requests the client sent back to back (async ones) are served here in turn.
-        do {
-            if (!Serve(job)) {
-                HandBackForClosing(std::move(job.connection));
+        for (;;) {
+            const Served served = Serve(job);
+            if (served == Served::CLOSE) {
+                HandOverToReactor(std::move(job.connection), HandOver::CLOSE);
                 break;
             }
-        } while (TakeNextOrWatch(job));
+            if (served == Served::PENDING) {
+                HandOverToReactor(std::move(job.connection), HandOver::SEND_REST);
+                break;
+            }
+            if (!TakeNextOrWatch(job)) {
+                break;
+            }
+        }
     }
+}
+
+Served SocketServer::Impl::Serve(Job& job)
+{
+    Connection& connection = *job.connection;
+    ReplyFrame reply;
+    bool failed = true;
+    try {
+        reply = handler(connection.peer, job.request);
+        failed = false;
+    } catch (const std::exception& exception) {
+        TRANSPORT_LOGE("handler of code %u failed: %{public}s", job.request.code, exception.what());
+    } catch (...) {
+        TRANSPORT_LOGE("handler of code %u failed", job.request.code);
+    }
+    requestsServed.fetch_add(failed ? 0 : 1, std::memory_order_relaxed);
+    // The request's bytes are released now, not when the next one takes their place.
+    std::vector<uint8_t>().swap(job.request.payload);
+    const bool async = job.request.IsAsync();
+    if (!failed && !async && reply.payload.size() > options.maxPayload) {
+        TRANSPORT_LOGE(
+            "reply of %zu bytes to code %u is over the cap; connection closed", reply.payload.size(), job.request.code);
+        failed = true;
+    }
+    ReplyHeader header{};
+    EncodeReplyHeader(reply, header);
+    std::lock_guard<std::mutex> lock(connection.mutex);
+    connection.requestBytes = 0;
+    if (failed || connection.closed.load()) {
+        return Served::CLOSE;
+    }
+    if (async) {
+        return Served::DONE;
+    }
+    // Most replies fit the socket's buffer and go at once, from this thread, with no copy.
+    connection.reply.Assign(header, std::move(reply.payload));
+    switch (connection.reply.SendNow(connection.fd)) {
+        case PendingReply::Progress::DONE: return Served::DONE;
+        case PendingReply::Progress::PENDING: break;
+        case PendingReply::Progress::BROKEN:
+            clientsGone.fetch_add(1, std::memory_order_relaxed);
+            TRANSPORT_LOGI("pid %d left before taking its reply", connection.peer.pid);
+            connection.reply.Clear();
+            return Served::CLOSE;
+    }
+    if (connection.reply.Remaining() > options.replyQueueLimit + REPLY_HEADER_SIZE) {
+        repliesOverQueue.fetch_add(1, std::memory_order_relaxed);
+        TRANSPORT_LOGW("pid %d uid %u left %zu bytes of a reply untaken, over the queue of %zu; connection closed",
+            connection.peer.pid, connection.peer.uid, connection.reply.Remaining(), options.replyQueueLimit);
+        connection.reply.Clear();
+        return Served::CLOSE;
+    }
+    connection.phase = Phase::SENDING;
+    connection.deadline = Clock::now() + options.writeTimeout;
+    return Served::PENDING;
 }
 
 bool SocketServer::Impl::TakeNextOrWatch(Job& job)
@@ -670,68 +1022,33 @@ bool SocketServer::Impl::TakeNextOrWatch(Job& job)
     bool watched = false;
     {
         std::lock_guard<std::mutex> lock(job.connection->mutex);
+        if (job.connection->closed.load()) {
+            return false;  // dropped by the accepting thread meanwhile: nothing to hand back
+        }
         if (job.connection->decoder.Next(job.request)) {
+            job.connection->requestBytes = job.request.payload.capacity();
             return true;
         }
         // Watched again without a detour through the accepting thread: one thread wake-up fewer
         // for every request.
-        watched = Arm(*job.connection);
+        watched = Watch(*job.connection, READ_EVENTS);
     }
     // Handed back only once unlocked: the accepting thread may drop the last reference at once.
     if (!watched) {
-        HandBackForClosing(std::move(job.connection));
+        HandOverToReactor(std::move(job.connection), HandOver::CLOSE);
     }
     return false;
 }
 
-void SocketServer::Impl::HandBackForClosing(std::shared_ptr<Connection> connection)
+void SocketServer::Impl::HandOverToReactor(std::shared_ptr<Connection> connection, HandOver what)
 {
-    // Only the accepting thread closes connections: it owns the table of them.
+    // Only the accepting thread closes connections and watches them for room to write: it owns the
+    // table of them and the budget.
     {
-        std::lock_guard<std::mutex> lock(closingMutex);
-        closing.push_back(std::move(connection));
+        std::lock_guard<std::mutex> lock(handOverMutex);
+        handOvers.emplace_back(std::move(connection), what);
     }
     Signal(wakeFd);
-}
-
-bool SocketServer::Impl::Serve(const Job& job)
-{
-    const Connection& connection = *job.connection;
-    ReplyFrame reply;
-    try {
-        reply = handler(connection.peer, job.request);
-    } catch (const std::exception& exception) {
-        TRANSPORT_LOGE("handler of code %u failed: %{public}s", job.request.code, exception.what());
-        return false;
-    } catch (...) {
-        TRANSPORT_LOGE("handler of code %u failed", job.request.code);
-        return false;
-    }
-    requestsServed.fetch_add(1, std::memory_order_relaxed);
-    if (job.request.IsAsync()) {
-        return true;
-    }
-    if (reply.payload.size() > options.maxPayload) {
-        TRANSPORT_LOGE(
-            "reply of %zu bytes to code %u is over the cap; connection closed", reply.payload.size(), job.request.code);
-        return false;
-    }
-    ReplyHeader header{};
-    EncodeReplyHeader(reply, header);
-    struct iovec pieces[2] = {{header.data(), header.size()}, {reply.payload.data(), reply.payload.size()}};
-    switch (SocketIo::SendAll(connection.fd, pieces, 2, Clock::now() + options.writeTimeout, stopFd)) {
-        case SocketIo::Result::DONE: return true;
-        case SocketIo::Result::TIMEOUT:
-            timeouts.fetch_add(1, std::memory_order_relaxed);
-            TRANSPORT_LOGW("pid %d did not take its reply in time; connection closed", connection.peer.pid);
-            return false;
-        case SocketIo::Result::BROKEN:
-            clientsGone.fetch_add(1, std::memory_order_relaxed);
-            TRANSPORT_LOGI("pid %d left before taking its reply", connection.peer.pid);
-            return false;
-        case SocketIo::Result::ABORTED: return false;
-    }
-    return false;
 }
 
 }  // namespace OHOS::Host::Transport

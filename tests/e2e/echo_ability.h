@@ -22,7 +22,16 @@ enum Code : uint32_t {
     SLOW_WHO_AM_I = 2,
     // any bytes -> the same bytes
     ECHO = 3,
+    // -> int32 the calls of this load that reached the library out of turn (an OnStart, or a
+    //    request, before its static initialisers had all run; a request before OnStart had
+    //    returned or after OnStop had begun), this one included; int64 load mark
+    LOAD_REPORT = 4,
 };
+
+// A parameter read by the library's last static initialiser: that initialiser, OnStart (after it
+// has published the ability) and OnStop each take that many milliseconds (0 when unset), so that a
+// load, a start and a stop each stay half done for a while.
+constexpr const char* LIFECYCLE_DELAY_PARAMETER = "asp.test.echo.lifecycle_delay_ms";
 
 }  // namespace AspTest::Echo
 

@@ -1,7 +1,8 @@
 /*
- * Writes the seed corpus of every fuzz target: real requests, replies, frames and container
- * answers, marshalled by the same code that marshals them in service, so that the fuzzers start
- * from inputs that pass the first checks and reach the code behind them.
+ * Writes the seed corpus of every fuzz target: real requests, replies, frames, container answers,
+ * dump arguments, host controls, device profiles and edits of a device database, marshalled by
+ * the same code that marshals them in service, so that the fuzzers start from inputs that pass
+ * the first checks and reach the code behind them.
  *
  *   asp_fuzz_corpus_writer OUT_DIR      (writes OUT_DIR/<target>/<seed>)
  *
@@ -13,10 +14,12 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include <nlohmann/json.hpp>
 
+#include "host/host_control_protocol.h"
 #include "interfaces/app_permission_group_info.h"
 #include "interfaces/checked_state_parameter.h"
 #include "interfaces/gtoken_info.h"
@@ -39,6 +42,8 @@
 #include "record/ovra/record_dto.h"
 #include "record/ovra/record_query_dto.h"
 #include "record/ovra/record_result.h"
+#include "string_ex.h"
+#include "tests/fuzz/fuzz_device.h"
 #include "tests/fuzz/parcel_read_fuzzer.h"
 #include "tests/fuzz/service_stub_fuzzer.h"
 
@@ -555,6 +560,340 @@ void WriteStubSeeds(SeedWriter& out)
     seeds.KeepWithoutToken("reserved_code", 6, SETTINGS, nothing);
 }
 
+// --- service_dump: the dump tool's arguments --------------------------------------------------
+
+// Options (service_dump_fuzzer.cpp): bit 0 raw UTF-16, bit 1 a broker, bit 2 root.
+Bytes DumpInput(uint8_t options, const std::string& answer, const Bytes& args)
+{
+    Bytes input{options, 0, static_cast<uint8_t>(answer.size() & 0xFFU), static_cast<uint8_t>(answer.size() >> 8U)};
+    input.insert(input.end(), answer.begin(), answer.end());
+    input.insert(input.end(), args.begin(), args.end());
+    return input;
+}
+
+Bytes Text(const std::string& text)
+{
+    return Bytes(text.begin(), text.end());
+}
+
+void WriteDumpSeeds(SeedWriter& out)
+{
+    const std::string target = "service_dump";
+    out.Write(target, "by_app", DumpInput(0, "", Text("permission\nget-by-app\ncom.example.camera\n100")));
+    out.Write(target, "by_app_not_installed", DumpInput(0, "", Text("permission\nget-by-app\ncom.example.bank\n100")));
+    out.Write(target, "by_app_groups", DumpInput(0, "", Text("permission\nget-by-app\ncom.example.camera\n101\nLOCATION\nCAMERA")));
+    out.Write(target, "by_permission", DumpInput(0, "", Text("permission\nget-by-permission\nLOCATION\n100")));
+    out.Write(target, "by_permission_named",
+        DumpInput(0, "", Text("permission\nget-by-permission\nCAMERA\n100\ncom.example.camera\ncom.example.ovra.chat")));
+    out.Write(target, "container_by_app",
+        DumpInput(2, ContainerGroupsAnswer(), Text("permission\nget-by-app\ncom.example.ovra.chat\n100\nCAMERA")));
+    out.Write(target, "container_by_permission",
+        DumpInput(2, ContainerGroupsAnswer(), Text("permission\nget-by-permission\nCAMERA\n100")));
+    out.Write(target, "bad_user", DumpInput(0, "", Text("permission\nget-by-app\ncom.example.camera\n+100")));
+    out.Write(target, "bad_group", DumpInput(0, "", Text("permission\nget-by-permission\nWIFI\n100")));
+    out.Write(target, "as_root", DumpInput(4, "", Text("permission\nget-by-app\ncom.ohos.permissionmanager\n100")));
+    for (const char* module : {"record", "message", "clone", "unknown", ""}) {
+        out.Write(target, std::string("module_") + (*module != '\0' ? module : "none"), DumpInput(0, "", Text(module)));
+    }
+    Bytes raw;
+    for (char16_t unit : OHOS::Str8ToStr16("permission\nget-by-app\ncom.example.camera\n101")) {
+        raw.push_back(static_cast<uint8_t>(unit & 0xFFU));
+        raw.push_back(static_cast<uint8_t>(unit >> 8U));
+    }
+    out.Write(target, "utf16_by_app", DumpInput(1, "", raw));
+}
+
+// --- host_control: bm, atm and param requests -------------------------------------------------
+
+// Caller indexes (host_control_fuzzer.cpp): 0 root, 1 shell, 2 the dump tool, 3 an app, 4 no token.
+Bytes ControlInput(uint32_t code, uint8_t caller, const Bytes& parcel)
+{
+    const uint8_t index = code >= 1 && code <= 12 ? static_cast<uint8_t>(code - 1) : 13;
+    Bytes input{index, caller};
+    input.insert(input.end(), parcel.begin(), parcel.end());
+    return input;
+}
+
+Bytes ControlInput(uint32_t code, uint8_t caller, const OHOS::Parcel& parcel)
+{
+    return ControlInput(code, caller, BytesOf(parcel));
+}
+
+void WritePermissions(OHOS::Parcel& parcel, const std::vector<std::tuple<std::string, int32_t, uint32_t>>& entries)
+{
+    parcel.WriteInt32(static_cast<int32_t>(entries.size()));
+    for (const auto& [name, status, flags] : entries) {
+        parcel.WriteString(name);
+        parcel.WriteInt32(status);
+        parcel.WriteUint32(flags);
+    }
+}
+
+void WriteControlSeeds(SeedWriter& out)
+{
+    const std::string target = "host_control";
+    using OHOS::Host::HostControlCode;
+    const auto code = [](HostControlCode c) { return static_cast<uint32_t>(c); };
+    {
+        OHOS::Parcel p;
+        p.WriteString("com.example.newapp");
+        p.WriteInt32(100);
+        p.WriteInt32(-1);
+        p.WriteBool(false);
+        p.WriteString("unspecified");
+        WritePermissions(p, {{"ohos.permission.CAMERA", 0, 1}, {"ohos.permission.LOCATION", -1, 0}});
+        out.Write(target, "install", ControlInput(code(HostControlCode::INSTALL_BUNDLE), 0, p));
+        out.Write(target, "install_from_app", ControlInput(code(HostControlCode::INSTALL_BUNDLE), 3, p));
+    }
+    {
+        OHOS::Parcel p;
+        p.WriteString("com.example.container.game");
+        p.WriteInt32(101);
+        p.WriteInt32(10500);
+        p.WriteBool(true);
+        p.WriteString("1");
+        WritePermissions(p, {{"ohos.permission.MICROPHONE", -1, 2}});
+        out.Write(target, "install_with_index", ControlInput(code(HostControlCode::INSTALL_BUNDLE), 1, p));
+    }
+    const auto bundleAndUser = [](const std::string& name, int32_t user) {
+        OHOS::Parcel p;
+        p.WriteString(name);
+        p.WriteInt32(user);
+        return BytesOf(p);
+    };
+    out.Write(target, "uninstall", ControlInput(code(HostControlCode::UNINSTALL_BUNDLE), 1, bundleAndUser("com.example.camera", 101)));
+    out.Write(target, "get_bundle", ControlInput(code(HostControlCode::GET_BUNDLE), 0, bundleAndUser("com.example.camera", 100)));
+    out.Write(target, "get_singleton", ControlInput(code(HostControlCode::GET_BUNDLE), 1, bundleAndUser("com.example.singleton", 100)));
+    {
+        OHOS::Parcel p;
+        p.WriteInt32(100);
+        out.Write(target, "list_bundles", ControlInput(code(HostControlCode::LIST_BUNDLES), 0, p));
+    }
+    const auto permission = [](const std::string& bundle, const std::string& name, bool grant, uint32_t flags) {
+        OHOS::Parcel p;
+        p.WriteUint32(0);
+        p.WriteString(bundle);
+        p.WriteInt32(100);
+        p.WriteString(name);
+        p.WriteBool(grant);
+        p.WriteUint32(flags);
+        return BytesOf(p);
+    };
+    out.Write(target, "grant", ControlInput(code(HostControlCode::UPDATE_PERMISSION), 1,
+        permission("com.example.camera", "ohos.permission.MICROPHONE", true, 1)));
+    out.Write(target, "revoke_fixed", ControlInput(code(HostControlCode::UPDATE_PERMISSION), 0,
+        permission("com.ohos.permissionmanager", "ohos.permission.GET_SENSITIVE_PERMISSIONS", false, 2)));
+    {
+        OHOS::Parcel p;
+        p.WriteUint32(0);
+        p.WriteString("com.example.camera");
+        p.WriteInt32(100);
+        p.WriteString("ohos.permission.CAMERA");
+        for (int32_t value : {3, 0, 1, 1, 1}) {  // counts, app status, lock-screen status, used type
+            p.WriteInt32(value);
+        }
+        p.WriteInt64(1717240000000LL);
+        p.WriteInt64(1500);
+        out.Write(target, "add_usage", ControlInput(code(HostControlCode::ADD_USAGE), 1, p));
+    }
+    const auto keyValue = [](const std::string& key, const std::string& value) {
+        OHOS::Parcel p;
+        p.WriteString(key);
+        p.WriteString(value);
+        return BytesOf(p);
+    };
+    out.Write(target, "set_parameter", ControlInput(code(HostControlCode::SET_PARAMETER), 1, keyValue("persist.example.mode", "on")));
+    out.Write(target, "set_const", ControlInput(code(HostControlCode::SET_PARAMETER), 0, keyValue("const.debuggable", "0")));
+    {
+        OHOS::Parcel p;
+        p.WriteString("const.debuggable");
+        out.Write(target, "get_parameter", ControlInput(code(HostControlCode::GET_PARAMETER), 0, p));
+    }
+    OHOS::Parcel nothing;
+    out.Write(target, "list_parameters", ControlInput(code(HostControlCode::LIST_PARAMETERS), 0, nothing));
+    out.Write(target, "list_tokens", ControlInput(code(HostControlCode::LIST_TOKENS), 1, nothing));
+    out.Write(target, "status", ControlInput(code(HostControlCode::STATUS), 0, nothing));
+    out.Write(target, "status_no_token", ControlInput(code(HostControlCode::STATUS), 4, nothing));
+    out.Write(target, "unknown_code", ControlInput(13, 0, nothing));
+    {
+        OHOS::Parcel p;
+        p.WriteUint32(0);
+        p.WriteString("com.example.ovra.chat");
+        p.WriteInt32(100);
+        out.Write(target, "get_token", ControlInput(code(HostControlCode::GET_TOKEN), 1, p));
+    }
+}
+
+// --- request_dispatcher: frames as the pool threads take them ----------------------------------
+
+// Indexes (request_dispatcher_fuzzer.cpp): abilities 0 the service, 1 the probe, 2 the host's
+// controls, 3 unserved (options bit 2 the small cap, bit 3 raw); callers 0 root, 1 the dump tool,
+// 2 the shell, 3 the settings app, 4 the camera app, 5 no token; codes 0 dump, 1-8 the service's,
+// 9 14, 10 0, 11 the probe's object, 12 next to dump.
+Bytes DispatchInput(uint8_t options, uint8_t caller, uint8_t code, uint8_t flags, const Bytes& payload)
+{
+    Bytes input{options, caller, code, flags};
+    input.insert(input.end(), payload.begin(), payload.end());
+    return input;
+}
+
+Bytes DumpArguments(const std::vector<std::string>& args)
+{
+    OHOS::MessageParcel parcel;
+    std::vector<std::u16string> wide;
+    for (const auto& arg : args) {
+        wide.push_back(OHOS::Str8ToStr16(arg));
+    }
+    parcel.WriteString16Vector(wide);
+    return BytesOf(parcel);
+}
+
+void WriteDispatchSeeds(SeedWriter& out)
+{
+    const std::string target = "request_dispatcher";
+    const Bytes byApp = DumpArguments({"permission", "get-by-app", "com.example.camera", "100"});
+    out.Write(target, "dump_by_dump_tool", DispatchInput(0, 1, 0, 0, byApp));
+    out.Write(target, "dump_by_root_small_cap", DispatchInput(4, 0, 0, 0, byApp));
+    out.Write(target, "dump_by_app", DispatchInput(0, 3, 0, 0, byApp));
+    out.Write(target, "dump_usage", DispatchInput(0, 1, 0, 0, {}));
+    out.Write(target, "probe_dump_cut", DispatchInput(5, 1, 0, 0, DumpArguments({"70000"})));
+    out.Write(target, "probe_dump", DispatchInput(1, 0, 0, 0, DumpArguments({"100", "extra"})));
+    OHOS::MessageParcel request;
+    request.WriteInterfaceToken(Srv::SecurityPrivacyServiceIntf::GetDescriptor());
+    request.WriteString("com.example.camera");
+    request.WriteInt32(100);
+    request.WriteStringVector({"CAMERA", "LOCATION"});
+    out.Write(target, "groups_by_app", DispatchInput(0, 3, 1, 0, BytesOf(request)));
+    out.Write(target, "groups_by_app_third_party", DispatchInput(0, 4, 1, 0, BytesOf(request)));
+    out.Write(target, "probe_echo_async", DispatchInput(1, 4, 5, 1, {1, 2, 3, 4, 5, 6, 7, 8}));
+    out.Write(target, "probe_object", DispatchInput(1, 5, 11, 0, {}));
+    out.Write(target, "probe_not_a_parcel", DispatchInput(9, 2, 3, 0, {1, 2, 3}));
+    OHOS::Parcel nothing;
+    out.Write(target, "control_status", DispatchInput(2, 2, 12, 0, BytesOf(nothing)));
+    out.Write(target, "control_from_app", DispatchInput(2, 3, 12, 0, {}));
+    out.Write(target, "unserved", DispatchInput(3, 0, 1, 0, {}));
+}
+
+// --- socket_server: what clients send ----------------------------------------------------------
+
+// Steps (socket_server_fuzzer.cpp): bits 0-2 the connection, bits 3-4 the kind.
+Bytes FrameStep(uint8_t connection, uint8_t code, const Bytes& payload, bool async = false)
+{
+    Bytes step{static_cast<uint8_t>(connection | ((async ? 3U : 1U) << 3U)), code, static_cast<uint8_t>(payload.size())};
+    step.insert(step.end(), payload.begin(), payload.end());
+    return step;
+}
+
+Bytes RawStep(uint8_t connection, const Bytes& bytes)
+{
+    Bytes step{static_cast<uint8_t>(connection), static_cast<uint8_t>(bytes.size())};
+    step.insert(step.end(), bytes.begin(), bytes.end());
+    return step;
+}
+
+Bytes HeaderStep(uint8_t connection, uint32_t announced, const Bytes& bytes)
+{
+    Bytes step{static_cast<uint8_t>(connection | (2U << 3U))};
+    for (int shift = 0; shift < 32; shift += 8) {
+        step.push_back(static_cast<uint8_t>(announced >> static_cast<unsigned>(shift)));
+    }
+    step.push_back(static_cast<uint8_t>(bytes.size()));
+    step.insert(step.end(), bytes.begin(), bytes.end());
+    return step;
+}
+
+Bytes Steps(uint8_t options, const std::vector<Bytes>& steps)
+{
+    Bytes input{options};
+    for (const Bytes& step : steps) {
+        input.insert(input.end(), step.begin(), step.end());
+    }
+    return input;
+}
+
+void WriteSocketSeeds(SeedWriter& out)
+{
+    const std::string target = "socket_server";
+    const Bytes parcel = {0x10, 0, 0, 0, 'c', 'o', 'm', '.'};
+    out.Write(target, "requests", Steps(0, {FrameStep(0, 1, parcel), FrameStep(0, 2, {}), FrameStep(0, 3, parcel)}));
+    out.Write(target, "two_clients_interleaved",
+        Steps(1, {FrameStep(0, 1, parcel), FrameStep(1, 4, parcel), FrameStep(0, 5, {}), FrameStep(1, 6, {9, 9, 9, 9})}));
+    out.Write(target, "async_then_sync", Steps(0, {FrameStep(0, 7, parcel, true), FrameStep(0, 8, parcel)}));
+    const Bytes frame = OHOS::Host::Transport::EncodeRequest({SA_ID, 1, 0, parcel});
+    out.Write(target, "frame_in_pieces", Steps(0, {RawStep(0, Bytes(frame.begin(), frame.begin() + 7)),
+                                                   RawStep(0, Bytes(frame.begin() + 7, frame.end()))}));
+    out.Write(target, "garbage_after_a_frame", Steps(0, {FrameStep(0, 1, parcel), RawStep(0, {'G', 'E', 'T', ' ', '/'})}));
+    out.Write(target, "over_the_cap", Steps(1, {FrameStep(1, 2, parcel), HeaderStep(0, (1U << 20U) + 1, parcel)}));
+    out.Write(target, "partial_frame_held", Steps(0x08, {FrameStep(0, 1, parcel), HeaderStep(0, 4096, parcel)}));
+    out.Write(target, "slow_reader_large_replies",
+        Steps(0x05, {FrameStep(1, 0xF4, parcel), FrameStep(1, 0xF4, parcel), FrameStep(0, 1, parcel), FrameStep(1, 2, {})}));
+    out.Write(target, "one_too_many", Steps(0x13, {FrameStep(4, 1, parcel), FrameStep(0, 2, parcel), FrameStep(3, 3, {})}));
+}
+
+// --- device_profile: profiles ------------------------------------------------------------------
+
+void WriteProfileSeeds(SeedWriter& out)
+{
+    const std::string target = "device_profile";
+    out.WriteText(target, "small_device", AspFuzz::FuzzDevice::SMALL_PROFILE);
+    out.WriteText(target, "minimal", R"({"version": 1})");
+    out.WriteText(target, "every_member", R"({"version": 1, "users": [0, 100, 102],
+  "parameters": {"const.product.name": "Fuzz", "persist.global.language": "fr"},
+  "native_processes": [{"process_name": "camera_service", "uid": 1047, "token_type": "native",
+    "permissions": ["ohos.permission.CAMERA", "ohos.permission.MICROPHONE"]}],
+  "bundles": [
+    {"name": "com.example.maps", "users": [100], "system_app": false, "entity_type": "unspecified",
+     "app_index": 10020, "app_id": "com.example.maps_0123456789abcdef", "api_version": 11,
+     "version_name": "2.1.0", "version_code": 21, "vendor": "example", "distribution_type": "app_gallery",
+     "permissions": [{"name": "ohos.permission.LOCATION", "state": "granted", "flags": 1},
+                     {"name": "ohos.permission.APPROXIMATELY_LOCATION", "state": "granted", "flags": 64}]},
+    {"name": "com.example.maps", "users": [102], "app_index": 10020,
+     "permissions": [{"name": "ohos.permission.LOCATION", "state": "denied", "flags": 2}]}],
+  "usage": {"seed": 99, "patterns": [
+    {"bundle": "com.example.maps", "user": 102, "permission": "ohos.permission.LOCATION", "records_per_day": 3,
+     "days_back": 5, "hours": [22, 23], "foreground_ratio": 0.1, "locked_ratio": 0.9,
+     "used_type": "security_component", "fail_ratio": 1.0, "count": 4, "duration_ms": 250}]}})");
+    out.WriteText(target, "unknown_member", R"({"version": 1, "bundles": [{"name": "a", "users": [100], "colour": 1}]})");
+    out.WriteText(target, "wrong_types", R"({"version": "1", "users": [0, "100"], "parameters": {"a": 1}})");
+}
+
+// --- device_restore: edits of a device database ------------------------------------------------
+
+// Tables in name order, columns in their declared order (device_database.cpp); kinds as in
+// device_restore_fuzzer.cpp.
+enum RestoreTable : uint8_t { BUNDLES, DISPOSED, META, PARAMETERS, TOKEN_PERMISSIONS, TOKENS, USAGE_RECORDS, USERS };
+
+Bytes EditOf(RestoreTable table, uint8_t row, uint8_t column, uint8_t kind, const Bytes& argument = {})
+{
+    Bytes edit{table, row, static_cast<uint8_t>(column | (kind << 5U))};
+    edit.insert(edit.end(), argument.begin(), argument.end());
+    return edit;
+}
+
+Bytes Edits(const std::vector<Bytes>& edits)
+{
+    Bytes input;
+    for (const Bytes& edit : edits) {
+        input.insert(input.end(), edit.begin(), edit.end());
+    }
+    return input;
+}
+
+void WriteRestoreSeeds(SeedWriter& out)
+{
+    const std::string target = "device_restore";
+    out.Write(target, "as_written", {});
+    // token_permissions.grant_flag of the first row to 0x10, an int8.
+    out.Write(target, "grant_flag", Edits({EditOf(TOKEN_PERMISSIONS, 0, 4, 0, {0x10})}));
+    out.Write(target, "record_deleted", Edits({EditOf(USAGE_RECORDS, 2, 0, 5)}));
+    out.Write(target, "parameter_text", Edits({EditOf(PARAMETERS, 1, 1, 3, {3, 'o', 'f', 'f'})}));
+    out.Write(target, "bundle_version_copied", Edits({EditOf(BUNDLES, 0, 7, 4, {2}), EditOf(BUNDLES, 1, 6, 3, {1, '9'})}));
+    out.Write(target, "record_doubled", Edits({EditOf(USAGE_RECORDS, 0, 0, 6), EditOf(USAGE_RECORDS, 1, 3, 7, {7})}));
+    out.Write(target, "disposed_params", Edits({EditOf(DISPOSED, 0, 5, 3, {4, '{', '}', ' ', ' '})}));
+    out.Write(target, "meta_marker_gone", Edits({EditOf(META, 0, 0, 5), EditOf(META, 0, 0, 5)}));
+    out.Write(target, "user_removed", Edits({EditOf(USERS, 2, 0, 5)}));
+}
+
 }  // namespace
 
 int main(int argc, char** argv)
@@ -570,6 +909,12 @@ int main(int argc, char** argv)
     WriteJsonSeeds(out);
     WriteFrameSeeds(out);
     WriteStubSeeds(out);
+    WriteDumpSeeds(out);
+    WriteControlSeeds(out);
+    WriteDispatchSeeds(out);
+    WriteSocketSeeds(out);
+    WriteProfileSeeds(out);
+    WriteRestoreSeeds(out);
     if (!out.Ok()) {
         std::fprintf(stderr, "could not write every seed under %s\n", argv[1]);
         return 1;

@@ -1,7 +1,8 @@
 /*
  * What every fuzz target of tests/fuzz shares: a reader that cuts the input into the pieces a
- * target needs, and FUZZ_CHECK, which turns a broken contract into a crash that libFuzzer keeps as
- * a reproducer (and that fails the replay of tests/fuzz/regressions in the ordinary build).
+ * target needs, FUZZ_CHECK, which turns a broken contract into a crash that libFuzzer keeps as
+ * a reproducer (and that fails the replay of tests/fuzz/regressions in the ordinary build), and
+ * Avoids, which lets a run go on past a finding that is known and not fixed yet.
  *
  * Targets take no randomness of their own and keep no state between inputs that could change an
  * outcome, so that one input always does the same thing.
@@ -14,6 +15,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -69,6 +71,27 @@ inline std::vector<uint8_t> PadToWords(std::vector<uint8_t> bytes)
 {
     bytes.resize((bytes.size() + 3) & ~static_cast<size_t>(3), 0);
     return bytes;
+}
+
+// True when this run steers clear of the open finding `key`: ASP_FUZZ_AVOID holds the keys,
+// separated by commas (scripts/fuzz.sh sets it from the "avoid:<key>" words of
+// regressions/OPEN). A target consults it just before the step that would reach the finding, and
+// then leaves the input alone (answers -1, so that libFuzzer does not keep it). The replay never
+// sets it: the finding's own input is skipped there by name.
+inline bool Avoids(const std::string& key)
+{
+    const char* keys = std::getenv("ASP_FUZZ_AVOID");
+    if (keys == nullptr) {
+        return false;
+    }
+    std::istringstream list(keys);
+    std::string each;
+    while (std::getline(list, each, ',')) {
+        if (each == key) {
+            return true;
+        }
+    }
+    return false;
 }
 
 }  // namespace AspFuzz

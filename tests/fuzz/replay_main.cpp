@@ -6,10 +6,16 @@
  *
  *   asp_fuzz_replay_<target> [--open LIST] PATH...
  *
- * PATH is an input file or a directory of them (not searched below). LIST names the inputs of
- * findings that are known and not fixed yet, one "<target>/<file>" per line (text after '#' is a
- * comment); those are reported and skipped. A run that replays nothing fails: a missing corpus
- * must not pass as a clean one.
+ * PATH is an input file or a directory of them (not searched below). LIST (regressions/OPEN)
+ * names the inputs of findings that are known and not fixed yet, one per line:
+ *
+ *   <target>/<file> [avoid:<key>]...   # what the input shows
+ *
+ * An entry of this target is reported and skipped; the avoid keys are for scripts/fuzz.sh. The
+ * run fails before it replays anything when a line's first word is not "<target>/<file>" (an
+ * entry that would silently never match); and after it, when an entry of this target names none
+ * of the inputs given (a fixed finding whose line stayed, or a misspelt one), or when nothing was
+ * replayed (a missing corpus must not pass as a clean one).
  */
 #include <algorithm>
 #include <cstdint>
@@ -34,19 +40,34 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::set<std::string> ReadOpenList(const std::string& path)
+// The entries of this target ("<target>/<file>") in the list at `path`; false, with the reason
+// printed, when the list cannot be read or a line does not name an input in that form.
+bool ReadOpenList(const std::string& path, std::set<std::string>& open)
 {
-    std::set<std::string> open;
     std::ifstream in(path);
+    if (!in) {
+        std::fprintf(stderr, "cannot read the open findings list %s\n", path.c_str());
+        return false;
+    }
+    const std::string prefix = std::string(ASP_FUZZ_TARGET) + "/";
     std::string line;
-    while (std::getline(in, line)) {
+    bool ok = true;
+    for (size_t number = 1; std::getline(in, line); ++number) {
         std::istringstream words(line.substr(0, line.find('#')));
         std::string name;
-        if (words >> name) {
+        if (!(words >> name)) {
+            continue;
+        }
+        const size_t slash = name.find('/');
+        if (slash == 0 || slash == std::string::npos || slash + 1 == name.size() ||
+            name.find('/', slash + 1) != std::string::npos) {
+            std::fprintf(stderr, "%s:%zu: '%s' is not <target>/<file>\n", path.c_str(), number, name.c_str());
+            ok = false;
+        } else if (name.compare(0, prefix.size(), prefix) == 0) {
             open.insert(name);
         }
     }
-    return open;
+    return ok;
 }
 
 std::vector<fs::path> ListInputs(const fs::path& path)
@@ -92,16 +113,20 @@ int main(int argc, char** argv)
     }
     std::set<std::string> open;
     std::vector<fs::path> paths;
+    bool ok = true;
     for (int i = 1; i < argc; ++i) {
         if (std::strcmp(argv[i], "--open") == 0 && i + 1 < argc) {
-            open = ReadOpenList(argv[++i]);
+            ok = ReadOpenList(argv[++i], open) && ok;
         } else {
             paths.emplace_back(argv[i]);
         }
     }
+    if (!ok) {
+        return 2;  // nothing replayed under a list that may not say what it means
+    }
     size_t replayed = 0;
     size_t skipped = 0;
-    bool ok = true;
+    std::set<std::string> unmatched = open;
     for (const fs::path& path : paths) {
         const std::vector<fs::path> inputs = ListInputs(path);
         if (inputs.empty()) {
@@ -111,12 +136,17 @@ int main(int argc, char** argv)
             const std::string name = std::string(ASP_FUZZ_TARGET) + "/" + input.filename().string();
             if (open.count(name) != 0) {
                 std::printf("skip %s: an open finding, not fixed yet\n", name.c_str());
+                unmatched.erase(name);
                 ++skipped;
                 continue;
             }
             ok = Replay(input) && ok;
             ++replayed;
         }
+    }
+    for (const std::string& name : unmatched) {
+        std::fprintf(stderr, "the open finding %s names none of the inputs replayed\n", name.c_str());
+        ok = false;
     }
     std::printf("%s: replayed %zu inputs, skipped %zu open findings\n", ASP_FUZZ_TARGET, replayed, skipped);
     return ok && replayed > 0 ? 0 : 1;

@@ -25,7 +25,6 @@
 #include <filesystem>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -33,7 +32,6 @@
 #include "access_token_error.h"
 #include "interfaces/parcel_utils.h"
 #include "ipc_types.h"
-#include "message/message_broker.h"
 #include "message/message_broker_proxy.h"
 #include "message_option.h"
 #include "message_parcel.h"
@@ -48,6 +46,7 @@
 #include "policy/gtoken_policy_manager_service.h"
 #include "service/security_privacy_service.h"
 #include "system_ability_ondemand_reason.h"
+#include "tests/fuzz/fuzz_broker.h"
 #include "tests/fuzz/fuzz_support.h"
 #include "tests/fuzz/service_stub_fuzzer.h"
 #include "tokenid_kit.h"
@@ -79,33 +78,6 @@ const std::vector<std::string>& ServicePermissions()
     };
     return permissions;
 }
-
-// The container's broker: answers every message with what the current input says.
-class FuzzBroker : public Srv::Message::MessageBroker {
-public:
-    void SetAnswer(int32_t code, std::string body)
-    {
-        std::lock_guard<std::mutex> lock(mutex_);
-        code_ = code;
-        body_ = std::move(body);
-    }
-    Srv::Model::Result<std::string> Send(
-        const std::string& /*path*/, const std::string& /*action*/, const Srv::Model::Query<std::string>&) override
-    {
-        std::lock_guard<std::mutex> lock(mutex_);
-        return {code_, "ok", body_};
-    }
-    int RegisterReceiver(const std::string&, const std::shared_ptr<Srv::Message::MessageReceiverProxy>&) override
-    {
-        return 0;
-    }
-    int UnregisterReceiver(const std::string&) override { return 0; }
-
-private:
-    std::mutex mutex_;
-    int32_t code_ = 0;
-    std::string body_;
-};
 
 struct Caller {
     CallerIdentity identity;

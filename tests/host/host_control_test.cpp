@@ -1,6 +1,10 @@
 // The daemon's own requests, served in this process on the real platform services: who is
 // admitted, how malformed requests are answered, and how the services' refusals come back.
 
+#include <memory>
+#include <string>
+#include <tuple>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -13,6 +17,7 @@
 #include "parameters.h"
 #include "platform/access_token/access_token_service.h"
 #include "platform/bundle/bundle_manager_service.h"
+#include "platform/parameters/parameter_host.h"
 #include "platform/privacy/privacy_record_service.h"
 #include "tests/support/device_reset.h"
 
@@ -26,6 +31,22 @@ using OHOS::Host::Daemon::HostControl;
 using OHOS::Host::Transport::ReplyFrame;
 using OHOS::Host::Transport::RequestFrame;
 using ::testing::HasSubstr;
+
+void Write(MessageParcel& data, int32_t value) { data.WriteInt32(value); }
+void Write(MessageParcel& data, uint32_t value) { data.WriteUint32(value); }
+void Write(MessageParcel& data, int64_t value) { data.WriteInt64(value); }
+void Write(MessageParcel& data, bool value) { data.WriteBool(value); }
+void Write(MessageParcel& data, const std::string& value) { data.WriteString(value); }
+void Write(MessageParcel& data, const char* value) { data.WriteString(value); }
+
+// A request parcel of the values given, each written as its type is.
+template <typename... Values>
+std::shared_ptr<MessageParcel> ParcelOf(const Values&... values)
+{
+    auto data = std::make_shared<MessageParcel>();
+    (Write(*data, values), ...);
+    return data;
+}
 
 struct Answer {
     int32_t status = -1;  // the reply frame's
@@ -202,6 +223,84 @@ TEST_F(HostControlTest, ProvisioningRoundTripsAndRefusalsSayWhy)
     EXPECT_EQ(hostStatus.pid, 77);
     ASSERT_EQ(hostStatus.abilities.size(), 1U);
     EXPECT_EQ(hostStatus.abilities[0].loads, 2U);
+}
+
+TEST_F(HostControlTest, ValuesOutsideTheirRulesAreRefusedAsInvalidAndNothingIsStored)
+{
+    auto& tokens = OHOS::Security::AccessToken::Host::AccessTokenService::GetInstance();
+    auto& records = OHOS::Security::AccessToken::Host::PrivacyRecordService::GetInstance();
+    MessageParcel app;
+    Install(app, "com.e2e.cam", 100, {{"ohos.permission.CAMERA", 0, 0}});
+    ASSERT_EQ(Call(HostControlCode::INSTALL_BUNDLE, app)->result, 0);
+    const size_t tokensBefore = tokens.ListTokens().size();
+
+    const std::string camera = "ohos.permission.CAMERA";
+    const auto install = [](const std::string& name, int32_t index, const std::string& permission) {
+        return ParcelOf(name, 100, index, true, "unspecified", 1, permission, 0, 0U);
+    };
+    const auto parameter = [](const std::string& key, const std::string& value) { return ParcelOf(key, value); };
+    const auto grant = [](const std::string& permission) {
+        return ParcelOf(0U, "com.e2e.cam", 100, permission, true, 0U);
+    };
+    // A usage record (success count, app status, used type, time), alone or the third of a bulk add.
+    const auto one = [&camera](int32_t success, int32_t status, int32_t type, int64_t time) {
+        return ParcelOf(0U, "com.e2e.cam", 100, camera, success, 0, status, 1, type, time, int64_t{0});
+    };
+    const auto bulk = [&camera](int32_t type) {
+        const auto record = [&camera](int32_t success, int32_t type) {
+            return std::make_tuple(0U, "com.e2e.cam", 100, camera, success, 0, 1, 1, type, int64_t{0}, int64_t{0});
+        };
+        return std::apply([](const auto&... fields) { return ParcelOf(3, fields...); },
+            std::tuple_cat(record(1, 0), record(2, 0), record(3, type)));
+    };
+    const std::string huge(100 * 1024, 'a');
+    const int64_t year3170000 = 100000000000000000LL;
+    const struct {
+        const char* what;
+        HostControlCode code;
+        std::shared_ptr<MessageParcel> data;
+        const char* says;
+    } cases[] = {
+        {"a 100 KB bundle name", HostControlCode::INSTALL_BUNDLE, install(huge, -1, camera), "(102400 bytes) is not a"},
+        {"a bundle name with a space", HostControlCode::INSTALL_BUNDLE, install("com.e2e.my app", -1, camera),
+            "'com.e2e.my app' is not a bundle name"},
+        {"an unknown permission", HostControlCode::INSTALL_BUNDLE, install("com.e2e.x", -1, "ohos.permission.FLY"),
+            "unknown permission 'ohos.permission.FLY'"},
+        {"a negative index", HostControlCode::INSTALL_BUNDLE, install("com.e2e.x", -5, camera), "-5 is negative"},
+        {"the shell's index", HostControlCode::INSTALL_BUNDLE, install("com.e2e.x", 2000, camera),
+            "below the application range"},
+        {"an index past a user's uids", HostControlCode::INSTALL_BUNDLE, install("com.e2e.x", 200000, camera),
+            "does not fit"},
+        {"a 100 KB parameter key", HostControlCode::SET_PARAMETER, parameter(huge, "1"), "is not a key"},
+        {"a key with a space", HostControlCode::SET_PARAMETER, parameter("persist.my key", "1"), "is not a key"},
+        {"an empty key", HostControlCode::SET_PARAMETER, parameter("", "1"), "is not a key"},
+        {"a value too long", HostControlCode::SET_PARAMETER, parameter("persist.x", std::string(97, 'v')),
+            "has 97 bytes: at most 96"},
+        {"a grant of an unknown permission", HostControlCode::UPDATE_PERMISSION, grant("ohos.permission.FLY"),
+            "unknown permission"},
+        {"a negative count", HostControlCode::ADD_USAGE, one(-5, 1, 0, 0), "neither may be negative"},
+        {"an unknown app status", HostControlCode::ADD_USAGE, one(1, 3, 0, 0), "app status is 3"},
+        {"an unknown used type", HostControlCode::ADD_USAGE, one(1, 1, 7, 0), "used type is 7"},
+        {"a time in the year 3,170,000", HostControlCode::ADD_USAGE, one(1, 1, 0, year3170000),
+            "not that of a use that happened"},
+        {"a bulk add with a bad last record", HostControlCode::ADD_USAGES, bulk(-1), "record 2: the used type is -1"},
+    };
+    for (const auto& item : cases) {
+        SCOPED_TRACE(item.what);
+        const auto answer = Call(item.code, *item.data, OHOS::Host::SHELL_UID);
+        EXPECT_EQ(answer->result, OHOS::Host::HOST_CONTROL_INVALID_ARGUMENT) << answer->message;
+        EXPECT_THAT(answer->message, HasSubstr(item.says));
+        EXPECT_LT(answer->message.size(), 400U);
+    }
+    EXPECT_EQ(tokens.ListTokens().size(), tokensBefore);
+    EXPECT_EQ(OHOS::AppExecFwk::Host::BundleManagerService::GetInstance().ListBundles().size(), 1U);
+    EXPECT_TRUE(OHOS::system::Host::ParameterHost::Snapshot().empty());
+    EXPECT_EQ(records.RecordCount(), 0U);
+
+    // A bulk add of good records stores all of them.
+    const auto added = Call(HostControlCode::ADD_USAGES, *bulk(2));
+    EXPECT_EQ(added->result, 0) << added->message;
+    EXPECT_EQ(records.RecordCount(), 3U);
 }
 
 }  // namespace

@@ -224,10 +224,10 @@ TEST_F(OhosPermissionManagementTest, UidAddressesItsUser)
     EXPECT_EQ(ReadPlatform(onUser100.tokenId, Name(OhosPermission::CAMERA)), (PlatformState{false, 0}));
     EXPECT_EQ(ReadPlatform(onUser101.tokenId, Name(OhosPermission::CAMERA)), (PlatformState{true, 0}));
 
-    const auto onUser0 = Install("com.example.system", {{Name(OhosPermission::CAMERA), false, 0}}, 0, 0);
-    ASSERT_EQ(onUser0.uid, 0);
+    const auto onUser0 = Install("com.example.system", {{Name(OhosPermission::CAMERA), false, 0}}, 0, 10102);
+    ASSERT_EQ(onUser0.uid, 10102);
     EXPECT_TRUE(Backend().SetAppPermissionGroupCheckedState(
-        "com.example.system", 0, PermissionGroup::CAMERA, Pack(State::ALLOW, 3, UF)));
+        "com.example.system", 10102, PermissionGroup::CAMERA, Pack(State::ALLOW, 3, UF)));
     EXPECT_EQ(ReadPlatform(onUser0.tokenId, Name(OhosPermission::CAMERA)), (PlatformState{true, UF}));
 }
 

@@ -91,7 +91,23 @@ TEST_F(BundleManagerTest, UidsAreUserTimesRangePlusOneIndexPerBundle)
         install("com.example.d", 100, -1, {{CAMERA, AT::PERMISSION_GRANTED, 0}, {CAMERA, AT::PERMISSION_DENIED, 0}}),
         ERR_BUNDLE_MANAGER_PARAM_ERROR);
     EXPECT_EQ(install("", 100, -1), ERR_BUNDLE_MANAGER_PARAM_ERROR);
+    EXPECT_EQ(install("com.example.d", 0, 2000), ERR_BUNDLE_MANAGER_PARAM_ERROR);  // the system processes' range
+    EXPECT_EQ(install("com.example.d", 100, -5), ERR_BUNDLE_MANAGER_PARAM_ERROR);
+    EXPECT_EQ(install("com.example.d", 100, -1, {{"ohos.permission.FLY", AT::PERMISSION_DENIED, 0}}),
+        ERR_BUNDLE_MANAGER_PARAM_ERROR);
     EXPECT_FALSE(Bms().FindBundle("com.example.d", 100).has_value());
+    EXPECT_FALSE(Bms().AddUser(10737));  // its uids would pass 2^31
+
+    // A system process's uid is no bundle's: an install onto it is refused, the installer's pick
+    // passes it by, and a uid resolves to its process before any bundle.
+    auto& tokens = AT::Host::AccessTokenService::GetInstance();
+    ASSERT_NE(tokens.CreateNativeToken({"sensor_service", 100 * 200000 + 10002, AT::TOKEN_NATIVE, {}, 0}), 0U);
+    EXPECT_EQ(install("com.example.d", 100, 10002), AppExecFwk::Host::ERR_HOST_BUNDLE_UID_RESERVED);
+    EXPECT_EQ(Install("com.example.d", 100).uid, 100 * 200000 + 10003);
+    const AT::AccessTokenID late = tokens.CreateNativeToken({"late_service", b100.uid, AT::TOKEN_NATIVE, {}, 0});
+    ASSERT_NE(late, 0U);
+    EXPECT_EQ(Bms().FindTokenByUid(b100.uid)->tokenId, late);
+    ASSERT_EQ(Bms().Uninstall("com.example.d", 100), ERR_OK);
 
     // Look-ups by uid, for the daemon's callers.
     const auto byUid = Bms().FindBundleByUid(101 * 200000 + 10000);
@@ -348,17 +364,23 @@ TEST_F(BundleManagerTest, FaultPointsFailDirectAndProxiedCallsAlike)
 TEST_F(BundleManagerTest, ListenerHearsInstallsAndUsersAndMayCallBack)
 {
     std::vector<std::string> heard;
-    Bms().SetListener([&heard](AppExecFwk::Host::BundleChange change, const std::string& name, int32_t userId) {
-        // Called outside the manager's lock: reading back must not dead-lock.
-        const bool present = Bms().FindBundle(name, userId).has_value();
-        heard.push_back(std::to_string(static_cast<int>(change)) + ":" + name + ":" + std::to_string(userId) + ":" +
-                        (present ? "present" : "absent"));
+    Bms().SetListener([&heard](const AppExecFwk::Host::BundleEvent& event) {
+        // Called outside the manager's lock: reading back must not dead-lock. An installation is
+        // offered before it is visible, with its token made.
+        const std::string name = event.bundle == nullptr ? std::string() : event.bundle->bundleName;
+        const bool present = Bms().FindBundle(name, event.userId).has_value();
+        const bool token = event.bundle != nullptr &&
+                           AccessTokenKit::GetTokenType(event.bundle->tokenId) == AT::TOKEN_HAP;
+        heard.push_back(std::to_string(static_cast<int>(event.change)) + ":" + name + ":" +
+                        std::to_string(event.userId) + ":" + (present ? "present" : "absent") +
+                        (token ? "+token" : ""));
+        return true;
     });
     ASSERT_TRUE(Bms().AddUser(101));
     Install("com.example.a", 101);
     ASSERT_TRUE(Bms().RemoveUser(101));
     const std::vector<std::string> expected = {
-        "2::101:absent", "0:com.example.a:101:present", "1:com.example.a:101:absent", "3::101:absent"};
+        "2::101:absent", "0:com.example.a:101:absent+token", "1:com.example.a:101:absent", "3::101:absent"};
     EXPECT_EQ(heard, expected);
 }
 

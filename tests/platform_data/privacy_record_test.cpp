@@ -276,13 +276,24 @@ TEST_F(PrivacyRecordTest, DetailListsEachRecordWhereSummaryOnlyCounts)
 
 TEST_F(PrivacyRecordTest, HostProvisioningBulkListenerAndRemoval)
 {
-    Lines heard;
-    Records().SetListener([&heard](const UsageRecord& record) { heard.push_back(record.permissionName); });
-    // The valid records go in; the answer is the first refusal.
+    std::vector<Lines> heard;
+    Records().SetListener([&heard](const std::vector<UsageRecord>& records) {
+        heard.emplace_back();
+        for (const auto& record : records) {
+            heard.back().push_back(record.permissionName);
+        }
+    });
+    // One refused record refuses the whole add: its position comes back, nothing is stored.
+    size_t refused = 0;
     EXPECT_EQ(Records().AddRecords({Record(camApp_, CAMERA, 10, 1), Record(mapApp_, MICROPHONE, 20, 1),
-                  Record(INVALID_TOKENID, CAMERA, 30, 1), Record(mapApp_, LOCATION, 40, 1)}),
+                                       Record(mapApp_, LOCATION, 40, 1)},
+                  &refused),
         ERR_PERMISSION_NOT_EXIST);
-    EXPECT_EQ(heard, (Lines{CAMERA, LOCATION}));
+    EXPECT_EQ(refused, 1u);
+    EXPECT_EQ(Records().RecordCount(), 0u);
+    EXPECT_TRUE(heard.empty());
+    ASSERT_EQ(Records().AddRecords({Record(camApp_, CAMERA, 10, 1), Record(mapApp_, LOCATION, 40, 1)}), 0);
+    EXPECT_EQ(heard, (std::vector<Lines>{{CAMERA, LOCATION}}));  // told as the one addition it was
     EXPECT_EQ(Records().RecordCount(), 2u);
 
     // Records outlive the token (the bundle name stays) until they are removed.

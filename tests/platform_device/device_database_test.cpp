@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <csignal>
 #include <fstream>
 #include <string>
@@ -371,6 +372,122 @@ TEST_F(DeviceDatabaseTest, AnAcknowledgedWriteSurvivesAKill)
     EXPECT_EQ(records.back().tokenId, maps);
     EXPECT_EQ(records.back().permissionName, CAMERA);
     EXPECT_EQ(records.back().successCount, 9);
+}
+
+TEST_F(DeviceDatabaseTest, AnInstallAnUninstallAndABulkAddAreEachOneTransaction)
+{
+    auto& state = DeviceState::GetInstance();
+    ASSERT_TRUE(state.Boot(root_, WriteSmallProfile(), TEST_NOW_MS).Ok());
+    auto& bundles = BundleManagerService::GetInstance();
+    const auto stored = [&state]() {
+        DeviceSnapshot snapshot;
+        EXPECT_TRUE(state.Database().Read(snapshot).Ok());
+        return snapshot;
+    };
+
+    // The installation's second write (its bundle, after its token) fails: nothing of it remains,
+    // in the file or in the services, and it installs once the file takes it.
+    InstallParams params;
+    params.bundleName = "com.example.halfway";
+    params.permissions = {{CAMERA, PERMISSION_GRANTED, PERMISSION_USER_SET}};
+    const DeviceSnapshot before = DeviceSnapshot::Capture();
+    {
+        OHOS::Host::ScopedFault fault("DeviceDatabase::WriteBundle", SQLITE_IOERR);
+        EXPECT_EQ(bundles.Install(params), OHOS::AppExecFwk::Host::ERR_HOST_BUNDLE_NOT_STORED);
+    }
+    EXPECT_EQ(state.Database().WriteFailures(), 1u);
+    ExpectSameDevice(before, DeviceSnapshot::Capture());
+    ExpectSameDevice(before, stored());
+    ASSERT_EQ(bundles.Install(params), OHOS::ERR_OK);
+    ExpectFileMatchesMemory(state.Database());
+
+    // The uninstallation's second write (its token, after its bundle) fails: the file keeps the
+    // installation whole, so that a restart brings back the application with its token.
+    const AccessTokenID maps = TokenOf("com.example.maps", 100);
+    const size_t mapsRecords = stored().records.size();
+    {
+        OHOS::Host::ScopedFault fault("DeviceDatabase::DeleteToken", SQLITE_IOERR);
+        ASSERT_EQ(bundles.Uninstall("com.example.maps", 100), OHOS::ERR_OK);
+    }
+    const DeviceSnapshot kept = stored();
+    EXPECT_TRUE(kept.Validate().Ok()) << kept.Validate().message;
+    EXPECT_TRUE(std::any_of(kept.tokens.begin(), kept.tokens.end(), [maps](const auto& t) { return t.tokenId == maps; }));
+    EXPECT_EQ(kept.records.size(), mapsRecords);
+
+    // A bulk add whose second row the file refuses: none of its records is in the file.
+    ASSERT_EQ(Exec(DatabasePath(), "CREATE TRIGGER full BEFORE INSERT ON usage_records WHEN NEW.success_count = 2 "
+                                   "BEGIN SELECT RAISE(ABORT, 'disk full'); END"),
+        SQLITE_OK);
+    const AccessTokenID maps101 = TokenOf("com.example.maps", 101);
+    UsageRecord record;
+    record.tokenId = maps101;
+    record.permissionName = LOCATION;
+    record.timestamp = TEST_NOW_MS;
+    std::vector<UsageRecord> batch(3, record);
+    for (int i = 0; i < 3; ++i) {
+        batch[i].successCount = i + 1;
+    }
+    const size_t recordsBefore = stored().records.size();
+    ASSERT_EQ(PrivacyRecordService::GetInstance().AddRecords(batch), 0);
+    EXPECT_EQ(stored().records.size(), recordsBefore);
+    EXPECT_EQ(state.Database().WriteFailures(), 3u);
+    ASSERT_EQ(Exec(DatabasePath(), "DROP TRIGGER full"), SQLITE_OK);
+    batch.erase(batch.begin() + 1);
+    ASSERT_EQ(PrivacyRecordService::GetInstance().AddRecords(batch), 0);
+    EXPECT_EQ(stored().records.size(), recordsBefore + 2);
+}
+
+TEST_F(DeviceDatabaseTest, ARestoreRefusesAFileThatIsNotADeviceAndChangesNothing)
+{
+    {
+        auto& state = DeviceState::GetInstance();
+        ASSERT_TRUE(state.Boot(root_, WriteSmallProfile(), TEST_NOW_MS).Ok());
+        state.Shutdown();
+    }
+    const std::string pristine = root_ + "/pristine.db";
+    std::filesystem::copy_file(DatabasePath(), pristine);
+    const std::string maps100 = "(SELECT token_id FROM bundles WHERE bundle_name = 'com.example.maps' AND user_id = 100)";
+    const std::string dumper = "(SELECT token_id FROM tokens WHERE process_name = 'hidumper_service')";
+    const struct {
+        const char* what;
+        std::string sql;
+        const char* says;
+    } cases[] = {
+        {"an unknown token type", "UPDATE tokens SET token_type = 7 WHERE token_id = " + dumper, "token_type 7 is outside"},
+        {"no system user", "DELETE FROM users WHERE user_id = 0", "the system user 0 is missing"},
+        {"a user whose uids overflow", "INSERT INTO users VALUES(20000)", "user 20000: outside 0 to 10736"},
+        {"a bundle of such a user", "UPDATE bundles SET user_id = 4294967396 WHERE token_id = " + maps100,
+            "user_id 4294967396 is outside"},
+        {"token id 0", "UPDATE token_permissions SET token_id = 0 WHERE token_id = " + dumper +
+                           "; UPDATE tokens SET token_id = 0 WHERE process_name = 'hidumper_service'",
+            "token_id 0 is outside"},
+        {"a bundle naming another's token", "UPDATE bundles SET token_id = " + dumper + " WHERE token_id = " + maps100,
+            "is missing, belongs to another installation"},
+        {"a token of another user", "UPDATE tokens SET user_id = 101 WHERE token_id = " + maps100,
+            "is missing, belongs to another installation"},
+        {"a negative app index", "UPDATE bundles SET app_index = -3", "app_index -3 is outside"},
+        {"an index of the system range", "UPDATE bundles SET app_index = 2000", "index 2000 and uid 2000"},
+        {"a permission listed twice", "INSERT INTO token_permissions SELECT token_id, 1, permission, grant_status, "
+                                      "grant_flag FROM token_permissions WHERE token_id = " + dumper,
+            "'ohos.permission.DUMP' is listed twice"},
+        {"an undefined permission", "UPDATE token_permissions SET permission = 'ohos.permission.FLY'",
+            "'ohos.permission.FLY' is not defined"},
+        {"an unknown used type", "UPDATE usage_records SET used_type = 9", "used_type 9 is outside"},
+        {"an unknown app status", "UPDATE usage_records SET app_status = 77", "a state, type, count, time"},
+        {"a time past year 9999", "UPDATE usage_records SET timestamp = 100000000000000000", "time or duration"},
+    };
+    for (const auto& item : cases) {
+        SCOPED_TRACE(item.what);
+        std::filesystem::copy_file(pristine, DatabasePath(), std::filesystem::copy_options::overwrite_existing);
+        ASSERT_EQ(Exec(DatabasePath(), item.sql), SQLITE_OK);
+        ResetEverything();
+        const DeviceResult result = DeviceState::GetInstance().Boot(root_, WriteSmallProfile(), TEST_NOW_MS);
+        EXPECT_EQ(result.error, DeviceError::RESTORE_REFUSED);
+        EXPECT_NE(result.message.find(item.says), std::string::npos) << result.message;
+        EXPECT_TRUE(AccessTokenService::GetInstance().ListTokens().empty());
+        EXPECT_TRUE(BundleManagerService::GetInstance().ListBundles().empty());
+        EXPECT_EQ(PrivacyRecordService::GetInstance().RecordCount(), 0u);
+    }
 }
 
 }  // namespace

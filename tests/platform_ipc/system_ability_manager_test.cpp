@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <functional>
 #include <future>
 #include <memory>
 #include <mutex>
@@ -57,6 +58,9 @@ public:
 
     void OnStart(const SystemAbilityOnDemandReason& reason) override
     {
+        if (onStart) {
+            onStart();
+        }
         Record("start:" + reason.GetName());
         lastStartId = reason.GetId();
         std::this_thread::sleep_for(startDelay);
@@ -93,6 +97,7 @@ public:
     bool publishOnStart = true;
     Gate* idleGate = nullptr;
     Gate* stopGate = nullptr;
+    std::function<void()> onStart;
     OnDemandReasonId lastStartId = OnDemandReasonId::TIMED_EVENT;
 
 private:
@@ -215,11 +220,14 @@ TEST_F(SystemAbilityManagerTest, CancelIdleStopsOnlyAnUnloadNotYetIdling)
 
 TEST_F(SystemAbilityManagerTest, LoaderAndStopListenerBracketTheLibrary)
 {
-    // Plays the device daemon: the loader "loads the library" (registers a fresh ability object),
-    // the stop listener "unloads" it (unregisters and destroys it).
+    // Plays the device daemon: the loader "loads the library" (registers a fresh ability object
+    // from one static initialiser, then runs the others), the stop listener "unloads" it
+    // (unregisters and destroys it).
     std::mutex mutex;
     std::vector<std::unique_ptr<RecordingAbility>> loaded;
     std::atomic<int> loads{0};
+    std::atomic<bool> whole{false};
+    std::atomic<int> startsOfHalfLoaded{0};
     std::vector<std::string> trail;
     sam_.SetLoader([&](int32_t id) {
         ++loads;
@@ -227,10 +235,16 @@ TEST_F(SystemAbilityManagerTest, LoaderAndStopListenerBracketTheLibrary)
         if (id != ABILITY_ID) {
             return;
         }
-        std::lock_guard<std::mutex> lock(mutex);
-        loaded.push_back(std::make_unique<RecordingAbility>());
-        SystemAbility::MakeAndRegisterAbility(loaded.back().get());
-        trail.push_back("load");
+        whole = false;
+        {
+            std::lock_guard<std::mutex> lock(mutex);
+            loaded.push_back(std::make_unique<RecordingAbility>());
+            loaded.back()->onStart = [&] { startsOfHalfLoaded += whole ? 0 : 1; };
+            SystemAbility::MakeAndRegisterAbility(loaded.back().get());
+            trail.push_back("load");
+        }
+        std::this_thread::sleep_for(5ms);  // the library's later initialisers
+        whole = true;
     });
     sam_.SetStopListener([&](int32_t id) {
         std::lock_guard<std::mutex> lock(mutex);
@@ -249,18 +263,35 @@ TEST_F(SystemAbilityManagerTest, LoaderAndStopListenerBracketTheLibrary)
     EXPECT_EQ(sam_.GetSystemAbility(ABILITY_ID + 5), nullptr);
     EXPECT_EQ(loads.load(), 2);
 
+    // An unload waits for the uses under way; a use that comes while the ability stops waits for
+    // the library to go, loads it again and runs in the new one.
+    Gate inUse;
+    auto using1 = std::async(std::launch::async, [&] {
+        return sam_.UseSystemAbility(ABILITY_ID, WAIT, [&](IRemoteObject&) { Gate::Pass(&inUse); });
+    });
+    ASSERT_TRUE(inUse.WaitReached());
     ASSERT_EQ(sam_.UnloadSystemAbility(ABILITY_ID), 0);
+    EXPECT_FALSE(sam_.WaitForUnloads(20ms));
+    Gate stop;
+    loaded.back()->stopGate = &stop;
+    EXPECT_EQ(loaded.back()->Count("idle:INTERFACE_CALL"), 0U);
+    inUse.Open();
+    EXPECT_EQ(using1.get(), 0);
+    ASSERT_TRUE(stop.WaitReached());
+    sptr<IRemoteObject> usedObject;
+    auto using2 = std::async(std::launch::async, [&] {
+        return sam_.UseSystemAbility(ABILITY_ID, WAIT, [&](IRemoteObject& object) { usedObject = &object; });
+    });
+    EXPECT_EQ(using2.wait_for(5ms), std::future_status::timeout);
+    stop.Open();
+    EXPECT_EQ(using2.get(), 0);
     ASSERT_TRUE(sam_.WaitForUnloads(WAIT));
-    EXPECT_EQ(sam_.CheckSystemAbility(ABILITY_ID), nullptr);
-
-    // The next request loads the library again and starts the new object.
-    sptr<IRemoteObject> again = sam_.GetSystemAbility(ABILITY_ID);
-    ASSERT_NE(again, nullptr);
     EXPECT_EQ(loads.load(), 3);
+    EXPECT_EQ(startsOfHalfLoaded.load(), 0);
     std::lock_guard<std::mutex> lock(mutex);
     EXPECT_EQ(trail, (std::vector<std::string>{"load", "stopped:70001:stop", "load"}));
     ASSERT_EQ(loaded.size(), 2U);
-    EXPECT_EQ(again, loaded[1]->Object());
+    EXPECT_EQ(usedObject, loaded[1]->Object());
 }
 
 TEST_F(SystemAbilityManagerTest, StartsForOtherReasonsAndFailedStarts)

@@ -304,7 +304,8 @@ TEST(SocketServerTest, MisbehavingClientsLoseOnlyTheirOwnConnection)
     ServerOptions options;
     options.threads = 1;  // a thread held by a bad client would starve everyone
     options.readTimeout = 200ms;
-    options.writeTimeout = 200ms;
+    // Longer than the good client waits: a pool thread that waited on a deaf client would show.
+    options.writeTimeout = 1500ms;
     SocketServer server(
         path,
         [&](const PeerCredentials&, const RequestFrame& request) {
@@ -325,8 +326,8 @@ TEST(SocketServerTest, MisbehavingClientsLoseOnlyTheirOwnConnection)
     ASSERT_EQ(server.Start(), TransportError::OK);
     auto good = ConnectOrFail(path);
     ASSERT_NE(good, nullptr);
-    // Well over the server's timeouts, well under what a stuck pool thread would cost.
-    good->SetTimeout(2s);
+    // Well over the server's read timeout, under what a pool thread stuck on a reply would cost.
+    good->SetTimeout(1s);
     auto goodStillServed = [&good](uint32_t code) {
         ReplyFrame reply;
         return good->Transact(MakeRequest(ABILITY, code, 0, {1, 2}), reply) == TransportError::OK &&
@@ -366,14 +367,15 @@ TEST(SocketServerTest, MisbehavingClientsLoseOnlyTheirOwnConnection)
     EXPECT_TRUE(goodStillServed(13));
 
     {
-        // Asks for a large reply and never reads it: the pool's only thread is back after the
-        // write timeout.
+        // Asks for a large reply and never reads it: the pool's only thread goes on at once, and
+        // the connection is closed after the write timeout.
         const uint64_t served = server.Stats().requestsServed;
         RawConnection deaf(path);
         ASSERT_TRUE(deaf.Send(EncodeRequest(MakeRequest(ABILITY, bigReplyCode))));
         ASSERT_TRUE(WaitUntil([&] { return server.Stats().requestsServed == served + 1; }));
         EXPECT_TRUE(goodStillServed(14));
-        EXPECT_EQ(server.Stats().timeouts, 2U);
+        EXPECT_TRUE(WaitUntil([&] { return server.Stats().timeouts == 2; }));
+        EXPECT_EQ(server.Stats().bytesHeld, 0U);
     }
 
     {
@@ -393,29 +395,133 @@ TEST(SocketServerTest, MisbehavingClientsLoseOnlyTheirOwnConnection)
     EXPECT_TRUE(WaitUntil([&] { return server.Stats().connectionsOpen == 1; }));
 }
 
-TEST(SocketServerTest, ConnectionsOverTheLimitAreClosedAtOnce)
+TEST(SocketServerTest, ConnectionsBeyondTheCapOrAUidsQuotaAreClosedAtOnceWithPlacesKeptForSystemCallers)
 {
+    // Every connection of this process has one uid; whether it counts as a system caller's is the
+    // row's to say, connection by connection.
+    struct Row {
+        const char* name;
+        size_t maxConnections;
+        size_t systemReserve;
+        size_t connectionsPerUid;
+        std::string callers;   // 'a' an app, 's' a system caller, in the order they connect
+        std::string admitted;  // '1' admitted, '0' closed at once
+        uint64_t overQuota;
+    };
+    const Row rows[] = {
+        {"the cap", 2, 0, 0, "aas", "110", 0},
+        {"a uid's quota, which system callers are outside", 8, 2, 2, "aaass", "11011", 1},
+        {"the places kept for system callers", 4, 2, 0, "aaasss", "110110", 0},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        SocketDir dir;
+        const std::string path = dir.File("ipc.sock");
+        std::atomic<bool> systemCaller{false};
+        ServerOptions options;
+        options.maxConnections = row.maxConnections;
+        options.systemReserve = row.systemReserve;
+        options.connectionsPerUid = row.connectionsPerUid;
+        options.isSystemUid = [&systemCaller](uid_t) { return systemCaller.load(); };
+        SocketServer server(
+            path, [](const PeerCredentials&, const RequestFrame& request) { return Reverse(request); }, options);
+        ASSERT_EQ(server.Start(), TransportError::OK);
+        std::vector<std::unique_ptr<RawConnection>> held;
+        for (size_t i = 0; i < row.callers.size(); ++i) {
+            systemCaller = row.callers[i] == 's';
+            held.push_back(std::make_unique<RawConnection>(path));
+            ASSERT_TRUE(WaitUntil([&] {
+                const ServerStats stats = server.Stats();
+                return stats.connectionsAccepted + stats.connectionsRefused == i + 1;
+            }));
+            if (row.admitted[i] == '0') {
+                EXPECT_TRUE(held.back()->ClosedByPeerWithin(3s)) << "connection " << i;
+            }
+        }
+        const auto admitted = static_cast<uint64_t>(std::count(row.admitted.begin(), row.admitted.end(), '1'));
+        EXPECT_EQ(server.Stats().connectionsAccepted, admitted);
+        EXPECT_EQ(server.Stats().refusedOverUidQuota, row.overQuota);
+        // A place freed is a place taken again.
+        held.front().reset();
+        ASSERT_TRUE(WaitUntil([&] { return server.Stats().connectionsOpen == admitted - 1; }));
+        systemCaller = false;
+        auto again = ConnectOrFail(path);
+        ReplyFrame reply;
+        ASSERT_NE(again, nullptr);
+        EXPECT_EQ(again->Transact(MakeRequest(ABILITY, 6), reply), TransportError::OK);
+        EXPECT_EQ(reply.status, 6);
+    }
+}
+
+TEST(SocketServerTest, SilentConnectionsFramesOverTheBudgetAndRepliesOverTheQueueLoseOnlyTheirOwnConnection)
+{
+    constexpr uint32_t bigReplyCode = 2;
+    constexpr uint32_t quietCode = 3;
     SocketDir dir;
     const std::string path = dir.File("ipc.sock");
     ServerOptions options;
-    options.maxConnections = 2;
+    options.firstFrameTimeout = 300ms;
+    options.frameBudget = size_t{256} * 1024;
+    options.replyQueueLimit = size_t{64} * 1024;
     SocketServer server(
-        path, [](const PeerCredentials&, const RequestFrame& request) { return Reverse(request); }, options);
+        path,
+        [](const PeerCredentials&, const RequestFrame& request) {
+            ReplyFrame reply;
+            if (request.code == bigReplyCode) {
+                reply.payload.assign(size_t{1024} * 1024, 7);
+            } else if (request.code != quietCode) {
+                reply = Reverse(request);
+            }
+            return reply;
+        },
+        options);
     ASSERT_EQ(server.Start(), TransportError::OK);
-    auto first = ConnectOrFail(path);
-    auto second = ConnectOrFail(path);
-    ASSERT_TRUE(WaitUntil([&] { return server.Stats().connectionsOpen == 2; }));
-    RawConnection third(path);
-    EXPECT_TRUE(third.ClosedByPeerWithin(3s));
-    EXPECT_EQ(server.Stats().connectionsRefused, 1U);
-    // A place freed is a place taken again.
-    first.reset();
-    ASSERT_TRUE(WaitUntil([&] { return server.Stats().connectionsOpen == 1; }));
-    auto fourth = ConnectOrFail(path);
-    ReplyFrame reply;
-    ASSERT_NE(fourth, nullptr);
-    EXPECT_EQ(fourth->Transact(MakeRequest(ABILITY, 6), reply), TransportError::OK);
-    EXPECT_EQ(reply.status, 6);
+    auto talker = ConnectOrFail(path);
+    ASSERT_NE(talker, nullptr);
+    talker->SetTimeout(2s);
+    auto talkerServed = [&talker](uint32_t code) {
+        ReplyFrame reply;
+        return talker->Transact(MakeRequest(ABILITY, code, 0, {1, 2}), reply) == TransportError::OK &&
+               reply.status == static_cast<int32_t>(code) && reply.payload == Bytes({2, 1});
+    };
+    ASSERT_TRUE(talkerServed(10));
+
+    {
+        // Silent from the start: closed once its first frame is late. The talker, which has
+        // spoken, idles meanwhile as long as it likes.
+        RawConnection silent(path);
+        EXPECT_TRUE(silent.ClosedByPeerWithin(3s));
+        EXPECT_EQ(server.Stats().silentClosed, 1U);
+    }
+    EXPECT_TRUE(talkerServed(11));
+
+    {
+        // Two frames of 200 KiB arriving, together over the budget: the connection holding more
+        // is closed as soon as the second one's bytes come; the other arrives whole and is served.
+        const Bytes frame = EncodeRequest(MakeRequest(ABILITY, quietCode, 0, Bytes(size_t{200} * 1024, 3)));
+        RawConnection larger(path);
+        RawConnection smaller(path);
+        ASSERT_TRUE(larger.Send(Bytes(frame.begin(), frame.begin() + 190 * 1024)));
+        ASSERT_TRUE(WaitUntil([&] { return server.Stats().bytesHeld >= size_t{180} * 1024; }));
+        ASSERT_TRUE(smaller.Send(Bytes(frame.begin(), frame.begin() + 80 * 1024)));
+        EXPECT_TRUE(larger.ClosedByPeerWithin(3s));
+        EXPECT_EQ(server.Stats().budgetClosed, 1U);
+        const uint64_t served = server.Stats().requestsServed;
+        ASSERT_TRUE(smaller.Send(Bytes(frame.begin() + 80 * 1024, frame.end())));
+        EXPECT_TRUE(WaitUntil([&] { return server.Stats().requestsServed == served + 1; }));
+    }
+    EXPECT_TRUE(talkerServed(12));
+
+    {
+        // A reply that would leave more than the queue untaken closes its connection at once.
+        RawConnection deaf(path);
+        ASSERT_TRUE(deaf.Send(EncodeRequest(MakeRequest(ABILITY, bigReplyCode))));
+        EXPECT_TRUE(WaitUntil([&] { return server.Stats().repliesOverQueue == 1; }));
+        EXPECT_TRUE(deaf.ClosedByPeerWithin(3s));
+    }
+    EXPECT_TRUE(talkerServed(13));
+    EXPECT_TRUE(WaitUntil([&] { return server.Stats().connectionsOpen == 1 && server.Stats().bytesHeld == 0; }));
+    EXPECT_EQ(server.Stats().budgetClosed, 1U);
 }
 
 TEST(SocketServerTest, OneLiveServerPerPathAndStaleFilesAreReplaced)
