@@ -1,13 +1,9 @@
 #include "container/container_daemon.h"
 
 #include <fcntl.h>
-#include <poll.h>
 #include <signal.h>
-#include <sys/eventfd.h>
 #include <sys/file.h>
-#include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -38,6 +34,7 @@ using Host::Transport::SocketRemoteObject;
 constexpr int32_t CALLER_REFUSED = 201;
 constexpr std::chrono::milliseconds HOST_TIMEOUT{2000};
 constexpr std::chrono::milliseconds RETRY_PAUSE{500};
+constexpr std::chrono::milliseconds CHECK_PERIOD{2000};
 constexpr size_t BROKER_THREADS = 4;
 
 int64_t NowMs()
@@ -146,10 +143,6 @@ bool ContainerDaemon::Start()
     }
     CONTAINER_LOGI("ovra_containerd serving its broker on %{public}s, pid %{public}d", socketPath_.c_str(),
         static_cast<int>(getpid()));
-    wakeFd_ = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
-    if (wakeFd_ < 0) {
-        return Fail(std::string("no event descriptor: ") + std::strerror(errno));
-    }
     registrar_ = std::thread([this] { KeepRegistered(); });
     return true;
 }
@@ -308,52 +301,22 @@ bool ContainerDaemon::WaitForStop(std::chrono::milliseconds pause)
     return stopping_.wait_for(lock, pause, [this] { return stop_; });
 }
 
-void ContainerDaemon::WatchDaemon()
-{
-    // An idle connection to the daemon's socket ends when the daemon does: that is when it must be
-    // told again where the broker is.
-    const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    std::strncpy(address.sun_path, options_.hostSocket.c_str(), sizeof(address.sun_path) - 1);
-    if (fd < 0 || connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof(address)) != 0) {
-        if (fd >= 0) {
-            close(fd);
-        }
-        WaitForStop(RETRY_PAUSE);
-        return;
-    }
-    pollfd watched[2] = {{fd, POLLIN | POLLRDHUP, 0}, {wakeFd_, POLLIN, 0}};
-    while (poll(watched, 2, -1) < 0 && errno == EINTR) {
-    }
-    close(fd);
-    if ((watched[0].revents & (POLLIN | POLLRDHUP | POLLHUP | POLLERR)) != 0) {
-        CONTAINER_LOGD("the connection to asp_hostd ended; checking the registration");
-    }
-}
-
 void ContainerDaemon::KeepRegistered()
 {
+    // The daemon may restart while the container lives: it is asked now and then whether it still
+    // has this broker (a question it answers without a log line), and told again when it has not.
     bool registered = false;
     for (;;) {
-        {
-            std::lock_guard<std::mutex> lock(mutex_);
-            if (stop_) {
-                return;
-            }
-        }
-        // The watched connection may also end for reasons of the daemon's own (it cut an idle
-        // connection): a broker the daemon still has is only watched again.
         std::string message;
         if (!registered || AskRegistry(BrokerWire::IS_REGISTERED, message) != 0) {
             registered = Register();
-            if (!registered) {
-                WaitForStop(RETRY_PAUSE);
-                continue;
+            if (registered) {
+                Probe();
             }
-            Probe();
         }
-        WatchDaemon();
+        if (WaitForStop(registered ? CHECK_PERIOD : RETRY_PAUSE)) {
+            return;
+        }
     }
 }
 
@@ -367,10 +330,6 @@ void ContainerDaemon::Stop()
         stop_ = true;
     }
     stopping_.notify_all();
-    if (wakeFd_ >= 0) {
-        const uint64_t one = 1;
-        (void)!write(wakeFd_, &one, sizeof(one));
-    }
     if (registrar_.joinable()) {
         registrar_.join();
         Unregister();
@@ -379,10 +338,6 @@ void ContainerDaemon::Stop()
         server_->Stop();
     }
     store_.reset();
-    if (wakeFd_ >= 0) {
-        close(wakeFd_);
-        wakeFd_ = -1;
-    }
     if (lockFd_ >= 0) {
         close(lockFd_);
         lockFd_ = -1;

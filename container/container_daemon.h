@@ -6,8 +6,8 @@
  * store from the device profile on its first start, and serves its broker on a socket in that
  * directory (0600: only its own uid, which is the daemon's, or root reach it). It then registers
  * the broker with asp_hostd (BrokerWire::REGISTRY_ABILITY_ID), probes the service's receiver
- * "ohos/clone", and watches its connection to the daemon: a daemon that restarts finds the broker
- * registered again as soon as it serves. On SIGTERM or SIGINT it withdraws its registration, stops
+ * "ohos/clone", and asks the daemon every two seconds whether it still has the broker: a daemon
+ * that restarted has it registered again within that time. On SIGTERM or SIGINT it withdraws its registration, stops
  * serving and closes its store.
  *
  * Requests on its socket, from its own uid or root only (anyone else: status 201):
@@ -67,8 +67,8 @@ private:
     bool OpenStore();
     OHOS::Host::Transport::ReplyFrame Serve(
         const OHOS::Host::Transport::PeerCredentials& caller, const OHOS::Host::Transport::RequestFrame& request);
-    // Registers with the daemon, probes its receiver, and registers again whenever the daemon
-    // comes back; ends when the container stops.
+    // Registers with the daemon, probes its receiver, and registers again whenever the daemon has
+    // lost the registration (it restarted); ends when the container stops.
     void KeepRegistered();
     // One request to the daemon's broker registry about this broker's socket: its result, or -1
     // with `message` set when the daemon did not answer.
@@ -77,8 +77,6 @@ private:
     void Unregister();
     // Sends the service's receiver "ohos/clone" a probe; its answer.
     Answer Probe();
-    // Returns when the daemon's socket connection ends, or the container stops.
-    void WatchDaemon();
     // True when the container stops within `pause`.
     bool WaitForStop(std::chrono::milliseconds pause);
     bool Fail(const std::string& message);
@@ -93,7 +91,6 @@ private:
     std::mutex mutex_;
     std::condition_variable stopping_;
     bool stop_ = false;
-    int wakeFd_ = -1;          // written once when the container stops: wakes the watch of the daemon
     std::string lastFailure_;  // of registering, logged once until it changes
     std::thread registrar_;
 };
