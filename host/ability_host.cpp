@@ -3,6 +3,7 @@
 #include <dlfcn.h>
 #include <malloc.h>
 
+#include <optional>
 #include <utility>
 
 #include "host/host_log.h"
@@ -29,6 +30,12 @@ void AbilityHost::Bind(int32_t abilityId, const std::string& libraryPath)
     libraries_[abilityId].path = libraryPath;
 }
 
+void AbilityHost::Expose(int32_t objectId, int32_t ownerAbilityId)
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    exposed_[objectId] = ownerAbilityId;
+}
+
 void AbilityHost::Install()
 {
     SystemAbilityManager& manager = SystemAbilityManager::GetInstance();
@@ -40,7 +47,7 @@ void AbilityHost::Install()
 bool AbilityHost::Serves(int32_t abilityId) const
 {
     std::lock_guard<std::mutex> lock(mutex_);
-    return libraries_.count(abilityId) != 0;
+    return libraries_.count(abilityId) != 0 || exposed_.count(abilityId) != 0;
 }
 
 // The manager calls Load and Unload on its lifecycle thread, never two at a time for one id: the
@@ -125,8 +132,48 @@ void AbilityHost::Unload(int32_t abilityId)
     HOSTD_LOGI("SA %{public}d stopped and unloaded", abilityId);
 }
 
+int32_t AbilityHost::WithExposed(
+    int32_t objectId, int32_t ownerAbilityId, const std::function<void(IRemoteObject& object)>& use)
+{
+    const auto useObject = [objectId, &use]() {
+        sptr<IRemoteObject> object = SystemAbilityManager::GetInstance().CheckSystemAbility(objectId);
+        if (object == nullptr) {
+            return false;
+        }
+        use(*object);
+        object = nullptr;  // released while the owner's library is surely mapped
+        return true;
+    };
+    bool found = false;
+    if (ownerAbilityId == 0) {
+        found = useObject();
+    } else {
+        const int32_t result =
+            WithAbility(ownerAbilityId, [&found, &useObject](IRemoteObject& /*owner*/) { found = useObject(); });
+        if (result != 0) {
+            return result;
+        }
+    }
+    if (!found) {
+        HOSTD_LOGW("nothing is published under %{public}d", objectId);
+        return NOT_AVAILABLE;
+    }
+    return 0;
+}
+
 int32_t AbilityHost::WithAbility(int32_t abilityId, const std::function<void(IRemoteObject& object)>& use)
 {
+    std::optional<int32_t> owner;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        const auto exposed = exposed_.find(abilityId);
+        if (exposed != exposed_.end()) {
+            owner = exposed->second;
+        }
+    }
+    if (owner.has_value()) {
+        return WithExposed(abilityId, *owner, use);
+    }
     if (!Serves(abilityId)) {
         return NO_SUCH_ABILITY;
     }

@@ -44,6 +44,11 @@ public:
     // Binds an ability id to its library (a path, or a name for the dynamic linker's search).
     // Before Install only.
     void Bind(int32_t abilityId, const std::string& libraryPath);
+    // Serves `objectId` with the object added to the manager under it (AddSystemAbility) rather
+    // than from a library. With an owner, that ability is loaded and started first and its library
+    // stays mapped while the request runs: the object is one the owner adds when it starts. An
+    // object that is not there answers NOT_AVAILABLE. Before Install only.
+    void Expose(int32_t objectId, int32_t ownerAbilityId = 0);
     // Sets the manager's loader and stop hooks.
     void Install();
 
@@ -70,9 +75,12 @@ private:
 
     void Load(int32_t abilityId);
     void Unload(int32_t abilityId);
+    int32_t WithExposed(
+        int32_t objectId, int32_t ownerAbilityId, const std::function<void(IRemoteObject& object)>& use);
 
     mutable std::mutex mutex_;  // the table below
     std::map<int32_t, Library> libraries_;
+    std::map<int32_t, int32_t> exposed_;  // object id to its owner ability (0: none)
     bool installed_ = false;
     bool shuttingDown_ = false;  // guarded by mutex_
 };

@@ -101,6 +101,8 @@ std::optional<DaemonOptions> DaemonOptions::Parse(int argc, char** argv, int& ex
                Mib(Transport::DEFAULT_MAX_PAYLOAD) + ", a whole reply at the cap)")
         ->transform(CLI::AsSizeValue(false))
         ->default_str(Mib(server.replyQueueLimit));
+    app.add_flag("--with-container", options.withContainer,
+        "start the container (ovra_containerd, beside asp_hostd) once serving, and keep it running");
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

@@ -28,6 +28,9 @@ struct DaemonOptions {
     // The socket's budgets (connections, deadlines, bytes held for clients), from the command line;
     // the daemon fills in the pool's size, the passed socket and who its system callers are.
     Transport::ServerOptions server;
+    // Start the container's process (ovra_containerd, beside asp_hostd) once serving, and keep it
+    // running until the daemon stops.
+    bool withContainer = false;
     // A listening socket the service manager passed (see SocketActivation); -1: the daemon binds
     // socketPath itself. Not a command-line option.
     int listenFd = -1;

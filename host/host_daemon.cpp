@@ -14,11 +14,14 @@
 #include "host/data_root_guard.h"
 #include "host/host_control_protocol.h"
 #include "host/host_log.h"
+#include "host/host_paths.h"
+#include "message/broker_wire.h"
 #include "parameters.h"
 #include "platform/access_token/access_token_service.h"
 #include "platform/device/device_state.h"
 #include "platform/hilog/hilog_host.h"
 #include "platform/ipc/ipc_host.h"
+#include "platform/samgr/system_ability_manager.h"
 
 namespace OHOS::Host::Daemon {
 namespace {
@@ -106,11 +109,41 @@ bool HostDaemon::Start()
             options_.abilityLibrary.c_str(), PRIVACY_ABILITY_ID);
     }
     abilities_.Bind(PRIVACY_ABILITY_ID, options_.abilityLibrary);
+    ExposeContainerBroker();
     abilities_.Install();
     SetReadiness(Readiness::SERVING);
     HOSTD_LOGI("asp_hostd serving %{public}s with %{public}zu IPC threads; SA %{public}d from %{public}s",
         options_.socketPath.c_str(), options_.threads, PRIVACY_ABILITY_ID, options_.abilityLibrary.c_str());
+    if (options_.withContainer) {
+        StartContainer();
+    }
     return true;
+}
+
+void HostDaemon::ExposeContainerBroker()
+{
+    namespace BrokerWire = AppSecurityPrivacy::SecurityPrivacyServer::Message::BrokerWire;
+    brokerRegistry_ = new BrokerRegistry();
+    SystemAbilityManager::GetInstance().AddSystemAbility(BrokerWire::REGISTRY_ABILITY_ID, brokerRegistry_);
+    abilities_.Expose(BrokerWire::REGISTRY_ABILITY_ID);
+    // The receivers are the service's: a message from the container loads the service first.
+    abilities_.Expose(BrokerWire::RECEIVER_ABILITY_ID, PRIVACY_ABILITY_ID);
+}
+
+void HostDaemon::StartContainer()
+{
+    std::vector<std::string> args = {HostPaths::ExecutableDirectory() + "/" + ContainerLauncher::PROGRAM_NAME,
+        "--data-root", options_.dataRoot, "--socket", options_.socketPath};
+    if (!options_.profilePath.empty()) {
+        args.insert(args.end(), {"--profile", options_.profilePath});
+    }
+    if (!options_.logFile.empty()) {
+        // Its own log, beside the daemon's.
+        const std::filesystem::path log = std::filesystem::path(options_.logFile).parent_path() /
+                                          (std::string(ContainerLauncher::PROGRAM_NAME) + ".log");
+        args.insert(args.end(), {"--log-file", log.string()});
+    }
+    container_.Start(std::move(args));
 }
 
 bool HostDaemon::TakeSocket()
@@ -248,6 +281,8 @@ Transport::ReplyFrame HostDaemon::Serve(
 void HostDaemon::Stop()
 {
     // Releases the requests that wait for a boot that will not come, so that the pool can stop.
+    // The container first: it withdraws its broker while the daemon still serves.
+    container_.Stop();
     SetReadiness(Readiness::CLOSED);
     if (server_ != nullptr) {
         server_->Stop();

@@ -24,6 +24,8 @@
 #include <string>
 
 #include "host/ability_host.h"
+#include "host/broker_registry.h"
+#include "host/container_launcher.h"
 #include "host/daemon_options.h"
 #include "host/host_control.h"
 #include "host/instance_lock.h"
@@ -64,6 +66,9 @@ private:
     bool TakeSocket();
     bool TakeDataRoot();
     bool BootDevice();
+    // The container's broker registry and the service's receivers, served on the socket.
+    void ExposeContainerBroker();
+    void StartContainer();
     void SetSelfToken();
     void SetReadiness(Readiness readiness);
     // Root, the daemon's own uid, and the device's native processes and shell (the host's tools
@@ -82,6 +87,8 @@ private:
     HostControl control_;
     std::unique_ptr<RequestDispatcher> dispatcher_;
     std::unique_ptr<Transport::SocketServer> server_;
+    sptr<BrokerRegistry> brokerRegistry_;
+    ContainerLauncher container_;
     bool deviceBooted_ = false;
     bool logToFile_ = false;
     std::atomic<Readiness> readiness_{Readiness::BOOTING};

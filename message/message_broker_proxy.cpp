@@ -2,6 +2,10 @@
 
 #include <utility>
 
+#include "if_system_ability_manager.h"
+#include "iservice_registry.h"
+#include "message/broker_wire.h"
+#include "message/message_receiver_stub.h"
 #include "utils/qz_log.h"
 
 namespace OHOS::AppSecurityPrivacy::SecurityPrivacyServer::Message {
@@ -38,32 +42,93 @@ Model::Result<std::string> MessageBrokerProxy::Send(
 {
     // The broker is called outside the lock: a send may take long, and may come back to us.
     const auto broker = GetBroker();
-    if (broker == nullptr) {
-        QZ_LOGW("We have no container trel service broker, no need to do so.");
-        return Model::Result<std::string>{NO_BROKER_CODE, NO_BROKER_MESSAGE, ""};
+    if (broker != nullptr) {
+        QZ_LOGD("send to path=%s, action=%s, query=%s", path.c_str(), action.c_str(), query.ToString().c_str());
+        return broker->Send(path, action, query);
     }
-    QZ_LOGD("send to path=%s, action=%s, query=%s", path.c_str(), action.c_str(), query.ToString().c_str());
-    return broker->Send(path, action, query);
+    Model::Result<std::string> result;
+    switch (live_.Exchange(path, action, query, result)) {
+        case LiveBroker::Outcome::ANSWERED: return result;
+        case LiveBroker::Outcome::FAILED: return Model::Result<std::string>{NO_BROKER_CODE, BROKER_FAILED_MESSAGE, ""};
+        case LiveBroker::Outcome::ABSENT: break;
+    }
+    QZ_LOGW("We have no container trel service broker, no need to do so.");
+    return Model::Result<std::string>{NO_BROKER_CODE, NO_BROKER_MESSAGE, ""};
 }
 
 int MessageBrokerProxy::RegisterReceiver(const std::string& path, const std::shared_ptr<MessageReceiverProxy>& receiver)
 {
     const auto broker = GetBroker();
-    if (broker == nullptr) {
-        QZ_LOGW("We have no container trel service broker, no need to do so.");
-        return 0;
+    if (broker != nullptr) {
+        return broker->RegisterReceiver(path, receiver);
     }
-    return broker->RegisterReceiver(path, receiver);
+    if (receiver != nullptr) {
+        std::lock_guard<std::mutex> lock(receiversMutex_);
+        receivers_[path] = receiver;
+    }
+    if (!live_.IsReachable()) {
+        QZ_LOGW("We have no container trel service broker, no need to do so.");
+    }
+    return 0;
 }
 
 int MessageBrokerProxy::UnregisterReceiver(const std::string& path)
 {
     const auto broker = GetBroker();
-    if (broker == nullptr) {
-        QZ_LOGW("We have no container trel service broker, no need to do so.");
-        return 0;
+    if (broker != nullptr) {
+        return broker->UnregisterReceiver(path);
     }
-    return broker->UnregisterReceiver(path);
+    {
+        std::lock_guard<std::mutex> lock(receiversMutex_);
+        receivers_.erase(path);
+    }
+    if (!live_.IsReachable()) {
+        QZ_LOGW("We have no container trel service broker, no need to do so.");
+    }
+    return 0;
+}
+
+Model::Result<std::string> MessageBrokerProxy::Deliver(
+    const std::string& path, const std::string& action, const Model::Query<std::string>& query)
+{
+    std::shared_ptr<MessageReceiverProxy> receiver;
+    {
+        std::lock_guard<std::mutex> lock(receiversMutex_);
+        const auto found = receivers_.find(path);
+        if (found != receivers_.end()) {
+            receiver = found->second;
+        }
+    }
+    if (receiver == nullptr) {
+        QZ_LOGW("no receiver for path=%s, action=%s", path.c_str(), action.c_str());
+        return Model::Result<std::string>{NO_BROKER_CODE, NO_RECEIVER_MESSAGE, ""};
+    }
+    // Called outside the lock: a receiver may register or unregister others.
+    return receiver->OnReceived(path, action, query);
+}
+
+void MessageBrokerProxy::InitializeNecessaries()
+{
+    PublishReceivers(true);
+}
+
+void MessageBrokerProxy::UnInitialize()
+{
+    PublishReceivers(false);
+}
+
+void MessageBrokerProxy::PublishReceivers(bool publish)
+{
+    const sptr<ISystemAbilityManager> manager = SystemAbilityManagerClient::GetInstance().GetSystemAbilityManager();
+    if (manager == nullptr) {
+        return;
+    }
+    // Withdrawn before the service stops: the stub's code goes with the service's library.
+    if (publish) {
+        manager->AddSystemAbility(BrokerWire::RECEIVER_ABILITY_ID, sptr<IRemoteObject>(new MessageReceiverStub()));
+    } else {
+        manager->RemoveSystemAbility(BrokerWire::RECEIVER_ABILITY_ID);
+    }
 }
 
 void MessageBrokerProxy::Dump(int fd, const std::vector<std::string>& /*args*/)
@@ -78,7 +143,10 @@ void MessageBrokerProxy::PrintUsage(int fd) const
 
 void MessageBrokerProxy::WriteDumpLine(int fd) const
 {
-    WriteLine(fd, GetBroker() == nullptr ? NO_BROKER_DUMP_LINE : BROKER_DUMP_LINE);
+    if (fd < 0) {
+        return;
+    }
+    WriteLine(fd, GetBroker() != nullptr || live_.IsReachable() ? BROKER_DUMP_LINE : NO_BROKER_DUMP_LINE);
 }
 
 SecurityPrivacyServer::Module::ModuleType MessageBrokerProxy::GetModuleType() const

@@ -55,7 +55,8 @@ refused() {
 echo "${bold}== Setting up and building (scripts/setup.sh, CMake preset dev)${plain}"
 scripts/setup.sh
 cmake --preset dev >/dev/null
-cmake --build --preset dev --target asp_hostd aspctl hidumper bm atm param security_privacy_service
+cmake --build --preset dev --target asp_hostd aspctl hidumper bm atm param security_privacy_service \
+  ovra_containerd containerctl
 bin="build/dev/bin"
 
 # A temporary device of the demo's own. The daemon makes the data root private to itself (0700) and
@@ -83,7 +84,9 @@ printf '\n%s== Starting the device host%s\n' "$bold" "$plain"
 echo "   asp_hostd keeps a device under $ASP_DATA_ROOT (seeded from profiles/default_device.json, readable"
 echo "   by its uid alone) and serves the privacy service (ability 65993) on $socket; the service's"
 echo "   library is loaded on the first request. Its log: $work/hostd.log"
-"$bin/asp_hostd" --log-file "$work/hostd.log" &
+echo "   With --with-container it also runs the container (ovra_containerd), whose apps the service reaches"
+echo "   through the container's broker; the container's log: $work/ovra_containerd.log"
+"$bin/asp_hostd" --log-file "$work/hostd.log" --with-container &
 hostd_pid=$!
 for _ in $(seq 1 100); do
   if "$bin/param" get const.product.name >/dev/null 2>&1; then
@@ -94,6 +97,11 @@ for _ in $(seq 1 100); do
     cat "$work/hostd.log" >&2 || true
     exit 1
   fi
+  sleep 0.1
+done
+
+for _ in $(seq 1 100); do
+  grep -q "container broker registered" "$work/hostd.log" 2>/dev/null && break
   sleep 0.1
 done
 
@@ -118,6 +126,12 @@ step "Read it back" \
 step "What changed underneath" \
   "On the platform, foreground location stays granted and background location is revoked." \
   "$bin/bm" dump -n com.example.maps
+step "A container app beside a native one" \
+  "The camera of a native app and of a container app, in one listing: the container decides its app's states in its own terms, the service shows both alike." \
+  "${as_settings[@]}" group CAMERA --bundle com.example.camera --bundle com.example.ovra.chat
+step "What the container keeps" \
+  "Underneath, the container's own permissions of that app (granted, user-set, one-time) and the groups they make." \
+  "$bin/containerctl" show com.example.ovra.chat
 step "Location across apps" \
   "One group for several apps, as the settings screen of a permission shows it; some choices are locked, and the reason says why." \
   "${as_settings[@]}" group LOCATION --bundle com.example.maps --bundle com.example.weather \

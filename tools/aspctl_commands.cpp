@@ -26,6 +26,8 @@ constexpr int32_t NOT_SYSTEM_APP = 202;
 constexpr int32_t INVALID_ARGUMENT = 401;
 // The user of a uid: the service reads the user of a set request from a uid.
 constexpr int32_t UID_PER_USER = 200000;
+// The reserved user id of the device-clone exchanges.
+constexpr int32_t CLONE_USER_ID = -7788;
 
 const std::string GET_SENSITIVE = "ohos.permission.GET_SENSITIVE_PERMISSIONS";
 const std::string GRANT_SENSITIVE = "ohos.permission.GRANT_SENSITIVE_PERMISSIONS";
@@ -236,6 +238,54 @@ int AspctlCommands::Group(const std::string& group, int32_t userId, const std::v
         }
     }
     PrintGroupInfos(infos, true, json_);
+    return EXIT_OK;
+}
+
+int AspctlCommands::CloneQuery(const std::string& body)
+{
+    const auto infos = proxy_->GetAppPermissionGroupInfosByApp(body, CLONE_USER_ID, {});
+    if (const int failed = Unanswered(Code::GET_APP_PERMISSION_GROUP_INFOS_BY_APP); failed != EXIT_OK) {
+        return failed;
+    }
+    if (infos.size() != 1) {
+        if (const int refused = ExplainEmpty(Code::GET_APP_PERMISSION_GROUP_INFOS_BY_APP, GET_SENSITIVE)) {
+            return refused;
+        }
+        return context_.Fail(EXIT_FAILED, "the service's clone answer is not one record");
+    }
+    // The record carries the container's answer: its code in uid, its message in bundleName and
+    // its body in permissionGroup.
+    const auto& answer = infos.front();
+    const nlohmann::json data = nlohmann::json::parse(answer.permissionGroup, nullptr, false);
+    if (json_) {
+        PrintJson({{"code", answer.uid}, {"message", answer.bundleName},
+            {"data", data.is_discarded() ? nlohmann::json(answer.permissionGroup) : data}});
+    } else {
+        std::printf("code %d, message '%s'\n%s\n", answer.uid, answer.bundleName.c_str(),
+            data.is_discarded() ? answer.permissionGroup.c_str() : data.dump(2).c_str());
+    }
+    return answer.uid == 0 ? EXIT_OK : EXIT_FAILED;
+}
+
+int AspctlCommands::CloneCommand(const std::string& body)
+{
+    // Restoring clone data grants: the caller needs the grant permission.
+    const Permission::CheckedStateParameter parameter("ALLOW", 0, 0);
+    const bool answered = proxy_->SetAppPermissionGroupCheckedState("clone", CLONE_USER_ID, body, parameter);
+    if (const int failed = Unanswered(Code::SET_APP_PERMISSION_GROUP_CHECKED_STATE); failed != EXIT_OK) {
+        return failed;
+    }
+    if (!answered) {
+        if (const int refused = ExplainEmpty(Code::SET_APP_PERMISSION_GROUP_CHECKED_STATE, GRANT_SENSITIVE)) {
+            return refused;
+        }
+        return context_.Fail(EXIT_FAILED, "the container gave no answer to the clone command (is it running?)");
+    }
+    if (json_) {
+        PrintJson({{"answered", true}});
+    } else {
+        std::printf("the container took the clone command\n");
+    }
     return EXIT_OK;
 }
 

@@ -49,6 +49,10 @@ public:
     int GTokenAdd(const GTokenAddOptions& options);
     int GTokenGet(const std::string& policyName, const std::vector<std::string>& bundleNames);
     int GTokenRemove(const std::vector<std::string>& bundleNames);
+    // The device-clone exchanges with the container (the reserved user -7788): a query with its
+    // body, and a command whose body the container applies.
+    int CloneQuery(const std::string& body);
+    int CloneCommand(const std::string& body);
 
     // The service's names, for validating arguments before anything is sent.
     static std::vector<std::string> GroupNames();

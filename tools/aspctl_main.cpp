@@ -4,6 +4,7 @@
 //   aspctl [--as BUNDLE] set BUNDLE GROUP STATE [--user-fixed] [--user U]
 //   aspctl [--as BUNDLE] [--json] usage summary|timeline [filters]
 //   aspctl [--as BUNDLE] [--json] gtoken add|get|remove ...
+//   aspctl [--as BUNDLE] [--json] clone query [BODY] | clone command BODY
 
 #include <unistd.h>
 
@@ -214,6 +215,14 @@ int main(int argc, char** argv)
     CLI::App* gtokenRemove = gtoken->add_subcommand("remove", "remove every policy of the bundles");
     gtokenRemove->add_option("bundles", bundleNames, "bundle names")->required();
 
+    std::string cloneBody;
+    CLI::App* clone = app.add_subcommand("clone", "device-clone data exchanged with the container");
+    clone->require_subcommand(1);
+    CLI::App* cloneQuery = clone->add_subcommand("query", "the container's clone data");
+    cloneQuery->add_option("body", cloneBody, "the query: a bundle name (default: every container app)");
+    CLI::App* cloneCommand = clone->add_subcommand("command", "clone data for the container to apply");
+    cloneCommand->add_option("body", cloneBody, "the clone data (JSON, as a query answers it)")->required();
+
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
@@ -295,6 +304,12 @@ int main(int argc, char** argv)
     }
     if (*gtokenGet) {
         return commands.GTokenGet(policyName, bundleNames);
+    }
+    if (*cloneQuery) {
+        return commands.CloneQuery(cloneBody);
+    }
+    if (*cloneCommand) {
+        return commands.CloneCommand(cloneBody);
     }
     return commands.GTokenRemove(bundleNames);
 }

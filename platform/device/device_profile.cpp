@@ -550,7 +550,9 @@ DeviceResult DeviceProfile::Parse(const std::string& text, DeviceProfile& profil
     DeviceProfile parsed;
     uint64_t version = 0;
     uint64_t seed = DEFAULT_SEED;
-    bool ok = reader.Object(root, "", {"version", "users", "parameters", "native_processes", "bundles", "usage"}) &&
+    // "container" is the container's own (ovra_containerd reads it); the device leaves it alone.
+    bool ok = reader.Object(
+                  root, "", {"version", "users", "parameters", "native_processes", "bundles", "usage", "container"}) &&
               reader.Required(root, "", "version",
                   [&](const json& v, const std::string& p) {
                       return reader.Unsigned(v, p, std::numeric_limits<uint32_t>::max(), version) &&
