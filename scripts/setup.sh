@@ -4,7 +4,7 @@
 set -euo pipefail
 
 packages=(cmake ninja-build g++ clang nlohmann-json3-dev libsqlite3-dev libgtest-dev libgmock-dev
-          libbenchmark-dev libcli11-dev)
+          libbenchmark-dev libcli11-dev libhowardhinnant-date-dev)
 # ccache only speeds up rebuilds; clang-format/clang-tidy are for scripts/lint.sh.
 optional=(ccache clang-format clang-tidy)
 
