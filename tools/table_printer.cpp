@@ -137,6 +137,13 @@ std::string TablePrinter::Render(size_t maxWidth) const
     for (const auto& row : rows_) {
         measure(row);
     }
+    auto total = [&widths] {
+        size_t sum = 0;
+        for (size_t width : widths) {
+            sum += width + GAP;
+        }
+        return sum == 0 ? 0 : sum - GAP;
+    };
     // Narrow the widest column that can still give way, a column at a time, until the table fits or
     // none can.
     while (maxWidth > 0 && total() > maxWidth) {
