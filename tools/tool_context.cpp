@@ -74,6 +74,12 @@ std::vector<std::string> Completions(const CLI::App& app, const std::vector<std:
         }
     }
     if (!valueWanted) {
+        for (const CLI::Option* option : command->get_options()) {
+            if (option->get_positional()) {
+                const std::vector<std::string> choices = Choices(*option);
+                candidates.insert(candidates.end(), choices.begin(), choices.end());
+            }
+        }
         for (const CLI::App* sub : command->get_subcommands([](const CLI::App*) { return true; })) {
             candidates.push_back(sub->get_name());
         }

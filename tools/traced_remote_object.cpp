@@ -36,8 +36,11 @@ std::string TracedRemoteObject::StatusText(int status)
 
 void TracedRemoteObject::TraceSend(const std::string& what) const
 {
-    context_.Trace("-> " + what + " to ability " + std::to_string(remote_->AbilityId()) + " at " +
-                   remote_->SocketPath() + ", as uid " + std::to_string(geteuid()));
+    const uint32_t abilityId = remote_->AbilityId();
+    context_.Trace("-> " + what + " to " +
+                   (abilityId == HOST_CONTROL_ABILITY_ID ? std::string("asp_hostd's own controls")
+                                                         : "ability " + std::to_string(abilityId)) +
+                   " at " + remote_->SocketPath() + ", as uid " + std::to_string(geteuid()));
 }
 
 void TracedRemoteObject::TraceReply(int status, size_t replyBytes, int64_t elapsedUs) const
