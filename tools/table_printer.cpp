@@ -158,29 +158,43 @@ std::string TablePrinter::Render(size_t maxWidth) const
         }
         --widths[widest];
     }
-    std::string text;
-    auto appendRow = [&text, &widths, count](const std::vector<std::string>& cells) {
+    // Each cell in its lines; a column then takes the width of its widest line.
+    auto wrapRow = [&widths, count](const std::vector<std::string>& cells) {
         std::vector<std::vector<std::string>> wrapped;
-        size_t height = 1;
         for (size_t column = 0; column < count; ++column) {
             wrapped.push_back(Wrap(cells[column], widths[column]));
-            height = std::max(height, wrapped.back().size());
+        }
+        return wrapped;
+    };
+    std::vector<std::vector<std::vector<std::string>>> table = {wrapRow(header_)};
+    for (const auto& row : rows_) {
+        table.push_back(wrapRow(row));
+    }
+    std::fill(widths.begin(), widths.end(), 0);
+    for (const auto& row : table) {
+        for (size_t column = 0; column < count; ++column) {
+            for (const std::string& line : row[column]) {
+                widths[column] = std::max(widths[column], DisplayWidth(line));
+            }
+        }
+    }
+    std::string text;
+    for (const auto& row : table) {
+        size_t height = 1;
+        for (const auto& cell : row) {
+            height = std::max(height, cell.size());
         }
         for (size_t line = 0; line < height; ++line) {
             std::string out;
             for (size_t column = 0; column < count; ++column) {
-                const std::string& part = line < wrapped[column].size() ? wrapped[column][line] : std::string();
+                const std::string& part = line < row[column].size() ? row[column][line] : std::string();
                 out += part;
                 if (column + 1 < count) {
-                    out.append(widths[column] - std::min(widths[column], DisplayWidth(part)) + GAP, ' ');
+                    out.append(widths[column] - DisplayWidth(part) + GAP, ' ');
                 }
             }
             text += TrimRight(out) + '\n';
         }
-    };
-    appendRow(header_);
-    for (const auto& row : rows_) {
-        appendRow(row);
     }
     return text;
 }
