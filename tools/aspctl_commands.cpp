@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <map>
 #include <set>
 #include <unordered_set>
 #include <utility>
@@ -87,6 +86,15 @@ std::string YesNo(std::optional<bool> value)
 nlohmann::ordered_json JsonOf(std::optional<bool> value)
 {
     return value ? nlohmann::ordered_json(*value) : nlohmann::ordered_json();
+}
+
+nlohmann::ordered_json PoliciesJson(const std::vector<std::pair<std::string, int32_t>>& policies)
+{
+    nlohmann::ordered_json list = nlohmann::ordered_json::array();
+    for (const auto& [name, value] : policies) {
+        list.push_back({{"name", name}, {"value", value}});
+    }
+    return list;
 }
 
 nlohmann::ordered_json GroupInfoJson(const Permission::AppPermissionGroupInfo& info)
@@ -499,20 +507,18 @@ int AspctlCommands::GTokenAdd(const GTokenAddOptions& options)
     for (const auto& [name, value] : options.policies) {
         names.insert(name);
     }
-    std::map<std::string, int32_t> replaced;
+    std::vector<std::pair<std::string, int32_t>> replaced;
     for (const std::string& name : names) {
         const GTokenResultWithRet before = proxy_->GTokenPolicyGetPolicy(name, {options.bundleName});
         if (SecurityPrivacyServiceProxy::GetLastRequestResult() == ERR_NONE && before.ret == 0) {
             for (const GTokenResult& row : before.results) {
-                replaced[name] = row.policyValue;
+                replaced.emplace_back(name, row.policyValue);
             }
         }
     }
     std::vector<GTokenPolicy> policies;
-    std::map<std::string, int32_t> now;
     for (const auto& [name, value] : options.policies) {
         policies.emplace_back(name, value);
-        now[name] = value;
     }
     const std::vector<GTokenInfo> infos = {
         GTokenInfo(options.bundleName, options.fingerPrint, options.versionCode, std::move(policies))};
@@ -530,12 +536,12 @@ int AspctlCommands::GTokenAdd(const GTokenAddOptions& options)
     }
     const std::optional<bool> disposed = Disposed(options.bundleName);
     if (context_.Json()) {
-        ToolContext::PrintJson(
-            {{"bundleName", options.bundleName}, {"policies", now}, {"replaced", replaced}, {"disposed", JsonOf(disposed)}});
+        ToolContext::PrintJson({{"bundleName", options.bundleName}, {"policies", PoliciesJson(options.policies)},
+            {"replaced", PoliciesJson(replaced)}, {"disposed", JsonOf(disposed)}});
     } else {
         std::vector<std::string> nowText;
         std::vector<std::string> replacedText;
-        for (const auto& [name, value] : now) {
+        for (const auto& [name, value] : options.policies) {
             nowText.push_back(name + "=" + std::to_string(value));
         }
         for (const auto& [name, value] : replaced) {
@@ -546,8 +552,9 @@ int AspctlCommands::GTokenAdd(const GTokenAddOptions& options)
             replacedText.empty() ? "" : ("; replaced " + ToolArguments::Join(replacedText, ", ")).c_str(),
             YesNo(disposed).c_str());
     }
-    const auto malicious = now.find(MALICIOUS_APP);
-    if (malicious != now.end() && malicious->second == 1 && disposed == false) {
+    const bool marked = std::any_of(options.policies.begin(), options.policies.end(),
+        [](const auto& policy) { return policy.first == MALICIOUS_APP && policy.second == 1; });
+    if (marked && disposed == false) {
         std::fprintf(stderr,
             "aspctl: note: the table says malicious-app=1 but %s is not disposed: the add set the status, then "
             "lifted it for the previous malicious-app=1 row. Add malicious-app=0, then malicious-app=1, to dispose "
@@ -603,21 +610,24 @@ int AspctlCommands::GTokenRemove(const std::vector<std::string>& bundleNames)
     if (result != 1) {
         return RefusedWithCode(Code::GTOKEN_POLICY_REMOVE_POLICY, result, "");
     }
-    nlohmann::ordered_json disposed = nlohmann::ordered_json::object();
+    nlohmann::ordered_json list = nlohmann::ordered_json::array();
+    std::vector<std::string> stillDisposed;
     for (const std::string& bundleName : bundleNames) {
-        disposed[bundleName] = JsonOf(Disposed(bundleName));
+        const std::optional<bool> disposed = Disposed(bundleName);
+        list.push_back({{"bundleName", bundleName}, {"removed", true}, {"disposed", JsonOf(disposed)}});
+        if (disposed == true) {
+            stillDisposed.push_back(bundleName);
+        }
     }
     if (context_.Json()) {
-        ToolContext::PrintJson({{"removed", bundleNames}, {"disposed", disposed}});
+        ToolContext::PrintJson(list);
         return EXIT_OK;
     }
     std::printf("removed every policy of %s\n", ToolArguments::Join(bundleNames, ", ").c_str());
-    for (const std::string& bundleName : bundleNames) {
-        if (disposed[bundleName] == true) {
-            std::printf("%s stays disposed: removing its policies does not lift the status (add malicious-app=0 "
-                        "first)\n",
-                bundleName.c_str());
-        }
+    for (const std::string& bundleName : stillDisposed) {
+        std::printf("%s stays disposed: removing its policies does not lift the status (add malicious-app=0 "
+                    "first)\n",
+            bundleName.c_str());
     }
     return EXIT_OK;
 }

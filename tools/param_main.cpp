@@ -59,7 +59,11 @@ int main(int argc, char** argv)
         return context.Fail(outcome.exitCode, outcome.message);
     }
     if (context.Json()) {
-        ToolContext::PrintJson(parameters);
+        nlohmann::ordered_json list = nlohmann::ordered_json::array();
+        for (const auto& [name, text] : parameters) {
+            list.push_back({{"key", name}, {"value", text}});
+        }
+        ToolContext::PrintJson(list);
         return EXIT_OK;
     }
     for (const auto& [name, text] : parameters) {
