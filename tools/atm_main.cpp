@@ -93,9 +93,10 @@ int Perm(ToolContext& context, const Target& target, bool grant, const std::stri
 nlohmann::ordered_json TokenJson(const TokenView& token)
 {
     const bool hap = token.type == OHOS::Security::AccessToken::TOKEN_HAP;
+    // An app token's uid is its bundle's (bm dump); a native or shell token has no user.
     return {{"tokenId", token.tokenId}, {"fullTokenId", token.fullTokenId}, {"type", TokenTypeText(token.type)},
-        {"name", token.name}, {"userId", hap ? nlohmann::ordered_json(token.userId) : nlohmann::ordered_json()},
-        {"uid", hap ? nlohmann::ordered_json() : nlohmann::ordered_json(token.uid)}, {"systemApp", token.isSystemApp}};
+        {"name", token.name}, {"userId", hap ? token.userId : -1}, {"uid", hap ? -1 : token.uid},
+        {"systemApp", token.isSystemApp}};
 }
 
 int DumpTokens(ToolContext& context, const Target& target)
@@ -149,8 +150,9 @@ int DumpTokens(ToolContext& context, const Target& target)
 
 int Record(ToolContext& context, const Target& target, UsageRequest& request, const std::string& timeText)
 {
+    request.timestampMs = TimeArgument::NowMillis();
     if (!timeText.empty()) {
-        const auto time = TimeArgument::Parse(timeText, TimeArgument::NowMillis(), context.Utc());
+        const auto time = TimeArgument::Parse(timeText, request.timestampMs, context.Utc());
         if (!time) {
             return context.Fail(EXIT_USAGE, "'" + timeText + "' is not a time: " + TimeArgument::Forms());
         }
