@@ -495,8 +495,15 @@ int AspctlCommands::Usage(const UsageOptions& options)
 
 std::optional<bool> AspctlCommands::Disposed(const std::string& bundleName) const
 {
-    (void)bundleName;
-    return std::nullopt;
+    const uid_t uid = geteuid();
+    if (!caller_.known && uid != 0 && uid != SHELL_UID) {
+        return std::nullopt;  // the daemon answers its own requests for root and the shell only
+    }
+    BundleView bundle;
+    if (!control_.GetBundle(bundleName, GTOKEN_USER, bundle).ok) {
+        return std::nullopt;
+    }
+    return bundle.disposed;
 }
 
 int AspctlCommands::GTokenAdd(const GTokenAddOptions& options)
@@ -661,12 +668,13 @@ int AspctlCommands::List(const std::string& what, int32_t userId)
     }
     std::sort(bundles.begin(), bundles.end(), [](const auto& a, const auto& b) { return a.name < b.name; });
     nlohmann::ordered_json list = nlohmann::ordered_json::array();
-    TablePrinter table({"BUNDLE", "UID", "SYSTEM", "CONTAINER"});
+    TablePrinter table({"BUNDLE", "UID", "SYSTEM", "CONTAINER", "DISPOSED"});
     for (const BundleView& bundle : bundles) {
         const bool container = bundle.entityType == "1";
         list.push_back({{"bundleName", bundle.name}, {"userId", bundle.userId}, {"uid", bundle.uid},
-            {"systemApp", bundle.isSystemApp}, {"container", container}});
-        table.AddRow({bundle.name, std::to_string(bundle.uid), bundle.isSystemApp ? "yes" : "no", container ? "yes" : "no"});
+            {"systemApp", bundle.isSystemApp}, {"container", container}, {"disposed", bundle.disposed}});
+        table.AddRow({bundle.name, std::to_string(bundle.uid), bundle.isSystemApp ? "yes" : "no",
+            container ? "yes" : "no", bundle.disposed ? "yes" : "no"});
     }
     if (context_.Json()) {
         ToolContext::PrintJson(list);

@@ -41,7 +41,8 @@ nlohmann::ordered_json BundleJson(const BundleView& bundle)
 {
     return {{"bundleName", bundle.name}, {"userId", bundle.userId}, {"uid", bundle.uid},
         {"appIndex", bundle.appIndex}, {"appId", bundle.appId}, {"tokenId", bundle.tokenId},
-        {"fullTokenId", bundle.fullTokenId}, {"systemApp", bundle.isSystemApp}, {"container", bundle.entityType == "1"}};
+        {"fullTokenId", bundle.fullTokenId}, {"systemApp", bundle.isSystemApp}, {"container", bundle.entityType == "1"},
+        {"disposed", bundle.disposed}};
 }
 
 int Install(ToolContext& context, InstallRequest& request, const std::vector<std::string>& permissions, bool container)
@@ -102,11 +103,11 @@ int DumpAll(ToolContext& context, int32_t userId)
         ToolContext::PrintJson(list);
         return EXIT_OK;
     }
-    TablePrinter table({"USER", "BUNDLE", "UID", "TOKEN", "SYSTEM", "CONTAINER"});
+    TablePrinter table({"USER", "BUNDLE", "UID", "TOKEN", "SYSTEM", "CONTAINER", "DISPOSED"});
     for (const BundleView& bundle : bundles) {
         table.AddRow(
             {std::to_string(bundle.userId), bundle.name, std::to_string(bundle.uid), std::to_string(bundle.tokenId),
-                bundle.isSystemApp ? "yes" : "no", bundle.entityType == "1" ? "yes" : "no"});
+                bundle.isSystemApp ? "yes" : "no", bundle.entityType == "1" ? "yes" : "no", bundle.disposed ? "yes" : "no"});
     }
     table.Print();
     return EXIT_OK;
@@ -128,10 +129,10 @@ int DumpOne(ToolContext& context, const std::string& bundleName, int32_t userId)
     }
     std::printf(
         "bundle:      %s\nuser:        %d\nuid:         %d\napp index:   %d\napp id:      %s\n"
-        "token:       %u (full 0x%llx)\nsystem app:  %s\ncontainer:   %s\n\n",
+        "token:       %u (full 0x%llx)\nsystem app:  %s\ncontainer:   %s\ndisposed:    %s\n\n",
         bundle.name.c_str(), bundle.userId, bundle.uid, bundle.appIndex, bundle.appId.c_str(), bundle.tokenId,
         static_cast<unsigned long long>(bundle.fullTokenId), bundle.isSystemApp ? "yes" : "no",
-        bundle.entityType == "1" ? "yes" : "no");
+        bundle.entityType == "1" ? "yes" : "no", bundle.disposed ? "yes (the app control disables it)" : "no");
     TablePrinter table({"PERMISSION", "STATE", "FLAGS"});
     for (const PermissionEntry& permission : bundle.permissions) {
         table.AddRow({permission.name, PermissionText::GrantText(permission.grantStatus),

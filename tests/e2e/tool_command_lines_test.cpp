@@ -205,7 +205,7 @@ TEST_F(ToolCommandLinesTest, EveryLineExitsWithItsCodeAndSaysWhy)
         {"aspctl " + as + "usage timeline --begin 2026-11-+2", 2, "is not a time"},
         {"aspctl " + as + "usage timeline --end 2026-11-24T08:30:60", 2, "is not a time"},
         {"aspctl " + as + "usage timeline --end 2026-11-24T10:00:00Z --begin 2026-11-24T09:00:00+01:00", 0, "uses"},
-        {"aspctl " + as + "usage timeline --begin yesterday --limit 1 --utc", 0, "Z  com.example."},
+        {"aspctl " + as + "usage timeline --begin yesterday --limit 1 --utc", 0, "Z  com."},
         {"aspctl " + as + "usage summary --begin -1w --end -3d", 0, "allowed uses from"},
         // Every tool: --version, --json, vocabularies, help that names the global options.
         {"hidumper --help", 0, "leave -a out to list its modules"},
@@ -220,6 +220,17 @@ TEST_F(ToolCommandLinesTest, EveryLineExitsWithItsCodeAndSaysWhy)
         {"aspctl usage summary --help", 0, "Global options (anywhere on the line)"},
         {"aspctl __complete usage timeline --group LOC", 0, "LOCATION\n"},
         {"aspctl __complete list o", 0, "operation-groups\n"},
+        // The policy table's effects on the app: a second malicious-app=1 lifts the status the first
+        // set; removing the policies leaves it.
+        {"aspctl " + as + "gtoken add com.example.game.arcade --policy malicious-app=1", 0, "disposed: yes"},
+        {"aspctl " + as + "gtoken add com.example.game.arcade --policy malicious-app=1", 0,
+            "replaced malicious-app=1)\ndisposed: no"},
+        {"aspctl " + as + "gtoken add com.example.game.arcade --policy malicious-app=1", 0, "is not disposed"},
+        {"aspctl " + as + "gtoken get malicious-app --json", 0, "\"disposed\": false"},
+        {"aspctl " + as + "gtoken add com.example.game.arcade --policy malicious-app=0", 0, "disposed: no"},
+        {"aspctl " + as + "gtoken add com.example.game.arcade --policy malicious-app=1 --policy x=3", 0, "disposed: yes"},
+        {"aspctl " + as + "gtoken remove com.example.game.arcade", 0, "stays disposed"},
+        {"bm dump -n com.example.game.arcade", 0, "disposed:    yes"},
     };
     for (const auto& line : lines) {
         const ToolResult result = Run(Words(line.line));
@@ -271,6 +282,49 @@ TEST_F(ToolCommandLinesTest, ToolsDocumentsEveryCommandsJsonShape)
         ++checked;
     }
     EXPECT_GE(checked, 18U);
+}
+
+// The daemon's side of what the tools show: a profile's syntax error once with its place, a device
+// reset from its profile, an ability library it cannot open, a load error in hidumper -ls.
+TEST(HostdToolingTest, TheDaemonSaysWhatIsWrongOnceAndResetsADevice)
+{
+    HostdHarness hostd;
+    const std::string badProfile = hostd.Directory() + "/bad.json";
+    std::ofstream(badProfile) << "{\n  \"version\": 1,\n  }\n";
+    ASSERT_FALSE(hostd.Start({"--profile", badProfile}));
+    for (const std::string& said : {hostd.StartupOutput(), hostd.Log()}) {  // stderr, the log file
+        EXPECT_THAT(said, HasSubstr("not valid JSON: parse error at line 3, column 3"));
+        EXPECT_EQ(said.find("not valid JSON"), said.rfind("not valid JSON")) << said;
+    }
+
+    HostdHarness noLibrary;
+    noLibrary.SetAbilityLibrary(noLibrary.Directory() + "/missing.so");
+    ASSERT_FALSE(noLibrary.Start());
+    EXPECT_THAT(noLibrary.StartupOutput(), HasSubstr("cannot open the ability library"));
+
+    // A file that claims to be a library starts the daemon, fails to load, and -ls says why.
+    HostdHarness broken;
+    const std::string fake = broken.Directory() + "/fake.so";
+    std::ofstream(fake) << "\x7f" "ELF and nothing else";
+    broken.SetAbilityLibrary(fake);
+    ASSERT_TRUE(broken.Start()) << broken.StartupOutput();
+    EXPECT_EQ(broken.RunTool("hidumper", {"-s", "65993"}).exitCode, 1);
+    EXPECT_THAT(broken.RunTool("hidumper", {"-ls"}).out, HasSubstr("last load failed: " + fake));
+
+    // --profile on a device that exists is said to be unread; --reset --yes seeds it again.
+    HostdHarness device;
+    ASSERT_TRUE(device.Start());
+    ASSERT_EQ(device.RunTool("param", {"set", "persist.e2e.kept", "1"}).exitCode, 0);
+    ASSERT_EQ(device.Stop(), 0);
+    ASSERT_TRUE(device.Start());
+    EXPECT_THAT(device.StartupOutput(), HasSubstr("--profile seeds a new device only, and was not read"));
+    EXPECT_EQ(device.RunTool("param", {"get", "persist.e2e.kept"}).exitCode, 0);
+    ASSERT_EQ(device.Stop(), 0);
+    EXPECT_FALSE(device.Start({"--reset"}));
+    EXPECT_THAT(device.StartupOutput(), HasSubstr("add --yes to do it"));
+    ASSERT_TRUE(device.Start({"--reset", "--yes"})) << device.StartupOutput();
+    EXPECT_EQ(device.RunTool("param", {"get", "persist.e2e.kept"}).exitCode, 5);
+    EXPECT_EQ(device.RunTool("param", {"get", "const.debuggable"}).exitCode, 0);
 }
 
 }  // namespace
