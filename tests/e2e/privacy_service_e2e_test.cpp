@@ -155,7 +155,7 @@ TEST_F(PrivacyServiceE2eTest, TheWrongCallersAreRefused)
     EXPECT_THAT(result.err, HasSubstr("unknown bundle"));
     result = hostd_.RunTool("aspctl", {"--as", SETTINGS, "set", "com.example.maps", "TELEPATHY", "ALLOW"});
     EXPECT_EQ(result.exitCode, 2);
-    EXPECT_THAT(result.err, HasSubstr("invalid argument (401): no permission group TELEPATHY"));
+    EXPECT_THAT(result.err, HasSubstr("'TELEPATHY' is not one of LOCATION"));
 }
 
 TEST_F(PrivacyServiceE2eTest, TheServiceUnloadsWhenIdleAndComesBackWithItsState)
