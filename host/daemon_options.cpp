@@ -28,7 +28,7 @@ std::optional<DaemonOptions> DaemonOptions::Parse(int argc, char** argv, int& ex
             HostPaths::RUNTIME_DIRECTORY_SUFFIX + "/" + HostPaths::SOCKET_NAME +
             " beside any other root); a socket passed by the service manager (LISTEN_FDS) is served instead");
     app.add_option("--profile", options.profilePath,
-        "device profile that seeds a new device (default: profiles/default_device.json of this build or install)")
+           "device profile that seeds a new device (default: profiles/default_device.json of this build or install)")
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
     bool reset = false;
     bool confirmed = false;
@@ -57,8 +57,9 @@ std::optional<DaemonOptions> DaemonOptions::Parse(int argc, char** argv, int& ex
     }
 
     if (reset && !confirmed) {
-        std::fprintf(stderr, "asp_hostd: --reset erases the device under the data root: every app, grant, usage "
-                             "record, parameter and policy it holds; add --yes to do it\n");
+        std::fprintf(stderr,
+            "asp_hostd: --reset erases the device under the data root: every app, grant, usage "
+            "record, parameter and policy it holds; add --yes to do it\n");
         exitCode = 2;
         return std::nullopt;
     }

@@ -186,7 +186,10 @@ bool HostDaemon::CheckAbilityLibrary()
         return Fail("cannot open the ability library " + options_.abilityLibrary + ": " + std::strerror(error) +
                     " (give the library of SA " + std::to_string(PRIVACY_ABILITY_ID) + " with --ability-lib)");
     }
-    if (!read || std::memcmp(magic, "\x7f" "ELF", sizeof(magic)) != 0) {
+    if (!read || std::memcmp(magic,
+                     "\x7f"
+                     "ELF",
+                     sizeof(magic)) != 0) {
         return Fail("the ability library " + options_.abilityLibrary + " is not a shared object");
     }
     return true;
@@ -213,7 +216,8 @@ bool HostDaemon::BootDevice()
     }
     deviceBooted_ = true;
     if (options_.profileGiven && !DeviceState::GetInstance().Seeded()) {
-        const std::string notice = "the device under " + options_.dataRoot + " exists: --profile seeds a new device "
+        const std::string notice = "the device under " + options_.dataRoot +
+                                   " exists: --profile seeds a new device "
                                    "only, and was not read (--reset --yes seeds this one again from it)";
         std::fprintf(stderr, "asp_hostd: %s\n", notice.c_str());
         if (logToFile_) {

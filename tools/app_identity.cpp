@@ -52,8 +52,9 @@ int AppIdentity::SwitchTo(const ToolContext& context, HostControlClient& control
     if (!outcome.ok) {
         const std::string text = NotFoundText(control, outcome.message, userId);
         return context.Fail(outcome.exitCode, outcome.exitCode != EXIT_NOT_FOUND ? outcome.message
-                                              : text.rfind("unknown bundle", 0) == 0 ? "unknown bundle for --as: " + outcome.message
-                                                                                     : text);
+                                              : text.rfind("unknown bundle", 0) == 0
+                                                  ? "unknown bundle for --as: " + outcome.message
+                                                  : text);
     }
     std::string message;
     if (!ToolContext::SwitchToUid(static_cast<uid_t>(bundle.uid), message)) {

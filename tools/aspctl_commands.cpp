@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <set>
+#include <tuple>
 #include <unordered_set>
 #include <utility>
 
@@ -138,7 +139,8 @@ std::pair<std::string, int32_t> SplitUsedType(const std::string& operationGroup)
     static const std::pair<const char*, int32_t> SUFFIXES[] = {{"-P", 1}, {"-SC", 2}};
     for (const auto& [suffix, type] : SUFFIXES) {
         const size_t length = std::char_traits<char>::length(suffix);
-        if (operationGroup.size() > length && operationGroup.compare(operationGroup.size() - length, length, suffix) == 0) {
+        if (operationGroup.size() > length &&
+            operationGroup.compare(operationGroup.size() - length, length, suffix) == 0) {
             return {operationGroup.substr(0, operationGroup.size() - length), type};
         }
     }
@@ -207,8 +209,9 @@ int AspctlCommands::RefusedForPermission(const std::string& permission) const
 {
     std::string message = "refused (201): " + caller_.Text() + " lacks " + permission;
     if (!caller_.known && geteuid() == 0) {
-        message += "; root speaks as the shell, which is no app: name a system app that holds it with --as "
-                   "(com.ohos.permissionmanager on the default device)";
+        message +=
+            "; root speaks as the shell, which is no app: name a system app that holds it with --as "
+            "(com.ohos.permissionmanager on the default device)";
     }
     return context_.Fail(EXIT_REFUSED, message);
 }
@@ -295,7 +298,8 @@ int AspctlCommands::Groups(const std::string& bundleName, int32_t userId, const 
     }
     // In the vocabulary's order, as a settings screen lists them.
     const std::vector<std::string> order = GroupNames();
-    auto rank = [&order](const std::string& name) { return std::find(order.begin(), order.end(), name) - order.begin(); };
+    auto rank = [&order](
+                    const std::string& name) { return std::find(order.begin(), order.end(), name) - order.begin(); };
     std::sort(infos.begin(), infos.end(),
         [&rank](const auto& a, const auto& b) { return rank(a.permissionGroup) < rank(b.permissionGroup); });
     PrintGroupInfos(infos, false, context_.Json());
@@ -337,8 +341,8 @@ int AspctlCommands::Set(
     }
     if (!applied) {
         const bool grants = state != "ASK_EACH_TIME" && state != "DENY";
-        if (const int refused =
-                ExplainEmpty(Code::SET_APP_PERMISSION_GROUP_CHECKED_STATE, grants ? GRANT_SENSITIVE : REVOKE_SENSITIVE)) {
+        if (const int refused = ExplainEmpty(
+                Code::SET_APP_PERMISSION_GROUP_CHECKED_STATE, grants ? GRANT_SENSITIVE : REVOKE_SENSITIVE)) {
             return refused;
         }
         return ExplainNotSet(bundleName, userId, group, state, userFixed);
@@ -385,16 +389,17 @@ int AspctlCommands::ExplainNotSet(const std::string& bundleName, int32_t userId,
         return EXIT_OK;
     }
     if (!Contains(info.shownStates, state)) {
-        return context_.Fail(EXIT_USAGE, state + " is not offered for " + group + " of " + bundleName +
-                                             "; it offers " + ToolArguments::Join(info.shownStates, ", "));
+        return context_.Fail(EXIT_USAGE, state + " is not offered for " + group + " of " + bundleName + "; it offers " +
+                                             ToolArguments::Join(info.shownStates, ", "));
     }
     if (Contains(info.disabledStates, state)) {
         return context_.Fail(EXIT_FAILED, state + " is disabled for " + group + " of " + bundleName + " (" +
                                               info.disabledReason + ", flags " +
                                               PermissionText::FlagsText(static_cast<uint32_t>(info.flags)) + ")");
     }
-    return context_.Fail(EXIT_FAILED, "the service did not apply " + what + " although the group offers it: see "
-                                                                           "asp_hostd's log");
+    return context_.Fail(EXIT_FAILED, "the service did not apply " + what +
+                                          " although the group offers it: see "
+                                          "asp_hostd's log");
 }
 
 int AspctlCommands::Usage(const UsageOptions& options)
@@ -426,7 +431,8 @@ int AspctlCommands::Usage(const UsageOptions& options)
     const bool utc = context_.Utc();
     const std::string mode = WordOf(ModeWords(), options.operationMode);
     // A summary's states are those it was counted under (one filter at most), not the record's.
-    const std::string summaryApp = options.appStates.size() == 1 ? WordOf(AppStateWords(), options.appStates[0]) : "any";
+    const std::string summaryApp =
+        options.appStates.size() == 1 ? WordOf(AppStateWords(), options.appStates[0]) : "any";
     const std::string summaryScreen = options.screenStates.empty() ? "any" : "locked";
 
     // A timeline cut at the service's cap continues with --before the oldest moment shown (or
@@ -585,9 +591,9 @@ int AspctlCommands::GTokenGet(const std::string& policyName, const std::vector<s
     if (context_.Json()) {
         nlohmann::ordered_json list = nlohmann::ordered_json::array();
         for (const GTokenResult& row : rows) {
-            list.push_back({{"bundleName", row.bundleName}, {"fingerPrint", row.fingerPrint},
-                {"versionCode", row.versionCode}, {"policyValue", row.policyValue},
-                {"disposed", JsonOf(Disposed(row.bundleName))}});
+            list.push_back(
+                {{"bundleName", row.bundleName}, {"fingerPrint", row.fingerPrint}, {"versionCode", row.versionCode},
+                    {"policyValue", row.policyValue}, {"disposed", JsonOf(Disposed(row.bundleName))}});
         }
         ToolContext::PrintJson(list);
         return EXIT_OK;
@@ -632,8 +638,9 @@ int AspctlCommands::GTokenRemove(const std::vector<std::string>& bundleNames)
     }
     std::printf("removed every policy of %s\n", ToolArguments::Join(bundleNames, ", ").c_str());
     for (const std::string& bundleName : stillDisposed) {
-        std::printf("%s stays disposed: removing its policies does not lift the status (add malicious-app=0 "
-                    "first)\n",
+        std::printf(
+            "%s stays disposed: removing its policies does not lift the status (add malicious-app=0 "
+            "first)\n",
             bundleName.c_str());
     }
     return EXIT_OK;

@@ -34,9 +34,9 @@ struct UsageOptions {
     std::vector<int32_t> appStates;     // 1 foreground, 2 background, ascending; empty: any
     std::vector<int32_t> screenStates;  // 1 unlocked, 2 locked, ascending; empty: any
     int64_t beginMs = 0;
-    int64_t endMs = 0;                  // exclusive
-    int32_t limit = 500;                // timeline only, 1 to 500
-    int32_t order = 0;                  // timeline only: 1 oldest first, else newest first
+    int64_t endMs = 0;    // exclusive
+    int32_t limit = 500;  // timeline only, 1 to 500
+    int32_t order = 0;    // timeline only: 1 oldest first, else newest first
 };
 
 struct GTokenAddOptions {
@@ -94,8 +94,8 @@ private:
     int ExplainEmpty(uint32_t code, const std::string& neededPermission) const;
     int RefusedForPermission(const std::string& permission) const;
     // Why the service did not move the group to `state`, read from the group as it stands.
-    int ExplainNotSet(const std::string& bundleName, int32_t userId, const std::string& group,
-        const std::string& state, bool userFixed) const;
+    int ExplainNotSet(const std::string& bundleName, int32_t userId, const std::string& group, const std::string& state,
+        bool userFixed) const;
     // The bundle's disposed status for the policy store's user; empty when the daemon cannot tell.
     std::optional<bool> Disposed(const std::string& bundleName) const;
     static std::string PermissionOf(uint32_t code);

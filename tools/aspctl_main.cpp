@@ -11,7 +11,10 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "host/host_control_protocol.h"
@@ -49,12 +52,13 @@ struct UsageText {
 int ReadUsage(const ToolContext& context, const UsageText& text, bool timeline, UsageOptions& options)
 {
     const int64_t now = TimeArgument::NowMillis();
-    const auto end = text.end.empty() ? std::optional<int64_t>(now + 1) : TimeArgument::Parse(text.end, now, context.Utc());
+    const auto end =
+        text.end.empty() ? std::optional<int64_t>(now + 1) : TimeArgument::Parse(text.end, now, context.Utc());
     const auto begin = text.begin.empty() ? std::optional<int64_t>(now - DEFAULT_USAGE_DAYS * DAY_MS)
                                           : TimeArgument::Parse(text.begin, now, context.Utc());
     if (!begin || !end) {
-        return context.Fail(EXIT_USAGE,
-            "'" + (!begin ? text.begin : text.end) + "' is not a time: " + TimeArgument::Forms());
+        return context.Fail(
+            EXIT_USAGE, "'" + (!begin ? text.begin : text.end) + "' is not a time: " + TimeArgument::Forms());
     }
     if (*begin >= *end) {
         return context.Fail(EXIT_USAGE, "--begin must lie before --end");
@@ -69,9 +73,9 @@ int ReadUsage(const ToolContext& context, const UsageText& text, bool timeline, 
     // A summary is counted by the platform under one usage flag: no filter, the screen locked, the
     // app in the foreground, or in the background. Any other combination would be answered as one
     // of these, so it is refused rather than labelled as what it is not.
-    const bool oneFlag = options.screenStates.empty() ? options.appStates.size() <= 1
-                                                      : options.screenStates == std::vector<int32_t>{2} &&
-                                                            options.appStates.empty();
+    const bool oneFlag = options.screenStates.empty()
+                             ? options.appStates.size() <= 1
+                             : options.screenStates == std::vector<int32_t>{2} && options.appStates.empty();
     if (!timeline && !oneFlag) {
         return context.Fail(EXIT_USAGE,
             "a summary counts under one filter: none, --app-state foreground, --app-state background, or "
@@ -92,11 +96,11 @@ int main(int argc, char** argv)
         "app holding the request's permission: run as root with --as and the settings app "
         "(com.ohos.permissionmanager on the default device)."};
     app.require_subcommand(1);
-    context.AddOptions(app,
-        {"aspctl --as com.ohos.permissionmanager groups com.example.maps",
-            "aspctl --as com.ohos.permissionmanager set com.example.maps LOCATION ALLOW_ONLY_WHILE_IN_USE",
-            "aspctl --as com.ohos.permissionmanager usage timeline --begin yesterday --json",
-            "aspctl list operation-groups"});
+    context.AddOptions(
+        app, {"aspctl --as com.ohos.permissionmanager groups com.example.maps",
+                 "aspctl --as com.ohos.permissionmanager set com.example.maps LOCATION ALLOW_ONLY_WHILE_IN_USE",
+                 "aspctl --as com.ohos.permissionmanager usage timeline --begin yesterday --json",
+                 "aspctl list operation-groups"});
     context.AddUtcOption(app);
     std::string asBundle;
     app.add_option("--as", asBundle, "send the request as this app (root only): aspctl takes the app's uid first")
@@ -135,8 +139,8 @@ int main(int argc, char** argv)
         ->transform(ToolArguments::OneOf(AspctlCommands::StateNames()));
     setCommand->add_flag("--user-fixed", userFixed, "the user's choice is final (the app may not ask again)");
     AddUser(*setCommand, userId);
-    ToolContext::SetExamples(*setCommand,
-        {"aspctl --as com.ohos.permissionmanager set com.example.maps LOCATION DENY --user-fixed"});
+    ToolContext::SetExamples(
+        *setCommand, {"aspctl --as com.ohos.permissionmanager set com.example.maps LOCATION DENY --user-fixed"});
 
     UsageText usageText;
     UsageOptions usage;
@@ -160,7 +164,8 @@ int main(int argc, char** argv)
         command->add_option("--screen-state", usage.screenStates, "the screen's state at the use")
             ->transform(ToolArguments::Words(AspctlCommands::ScreenStateWords()))
             ->type_name("WORD");
-        command->add_option("--begin", usageText.begin, std::string("from (default: 28 days ago): ") + TimeArgument::Forms());
+        command->add_option(
+            "--begin", usageText.begin, std::string("from (default: 28 days ago): ") + TimeArgument::Forms());
         command->add_option("--end,--before", usageText.end, "until, exclusive (default: now)");
     }
     timeline->add_option("--limit", usage.limit, "most uses to show")
@@ -169,13 +174,13 @@ int main(int argc, char** argv)
     timeline->add_option("--order", usage.order, "newest or oldest first")
         ->default_str("newest")
         ->transform(ToolArguments::Words({{"newest", 0}, {"oldest", 1}}))
-            ->type_name("WORD");
+        ->type_name("WORD");
     ToolContext::SetExamples(*summary, {"aspctl --as com.ohos.permissionmanager usage summary --begin -1w "
                                         "--app-state background"});
-    ToolContext::SetExamples(*timeline,
-        {"aspctl --as com.ohos.permissionmanager usage timeline --bundle com.example.maps --group LOCATION "
-         "--limit 20",
-            "aspctl --as com.ohos.permissionmanager usage timeline --before 2026-11-24T10:00:00+01:00"});
+    ToolContext::SetExamples(
+        *timeline, {"aspctl --as com.ohos.permissionmanager usage timeline --bundle com.example.maps --group LOCATION "
+                    "--limit 20",
+                       "aspctl --as com.ohos.permissionmanager usage timeline --before 2026-11-24T10:00:00+01:00"});
 
     GTokenAddOptions gtokenAdd;
     std::vector<std::string> policyTexts;
@@ -197,7 +202,8 @@ int main(int argc, char** argv)
         ->check(ToolArguments::Decimal(0, INT32_MAX));
     ToolContext::SetExamples(*gtokenAddCommand,
         {"aspctl --as com.ohos.permissionmanager gtoken add com.example.game.arcade --policy malicious-app=1"});
-    CLI::App* gtokenGet = gtoken->add_subcommand("get", "the bundles' values of one policy, with their disposed status");
+    CLI::App* gtokenGet =
+        gtoken->add_subcommand("get", "the bundles' values of one policy, with their disposed status");
     gtokenGet->add_option("policy", policyName, "policy name")->required()->check(ToolArguments::NonEmpty());
     gtokenGet->add_option("--bundle", bundleNames, "only these bundles (default: every bundle)")
         ->check(ToolArguments::NonEmpty());
@@ -205,7 +211,8 @@ int main(int argc, char** argv)
     CLI::App* gtokenRemove = gtoken->add_subcommand(
         "remove", "remove every policy of the bundles (a disposed status stays: add malicious-app=0 to lift it)");
     gtokenRemove->add_option("bundles", bundleNames, "bundle names")->required()->check(ToolArguments::NonEmpty());
-    ToolContext::SetExamples(*gtokenRemove, {"aspctl --as com.ohos.permissionmanager gtoken remove com.example.game.arcade"});
+    ToolContext::SetExamples(
+        *gtokenRemove, {"aspctl --as com.ohos.permissionmanager gtoken remove com.example.game.arcade"});
 
     std::string listWhat;
     CLI::App* list = app.add_subcommand("list", "the names the commands take, or the apps of a user");
@@ -228,8 +235,8 @@ int main(int argc, char** argv)
         gtokenAdd.policies.push_back(*ToolArguments::ParseNameValue(text));
         const auto& [name, value] = gtokenAdd.policies.back();
         if (name == AspctlCommands::MALICIOUS_APP && (value < 0 || value > MALICIOUS_APP_MOST)) {
-            return context.Fail(EXIT_USAGE, "malicious-app takes 0 (lift the disposed status) or 1 (set it), not " +
-                                                std::to_string(value));
+            return context.Fail(EXIT_USAGE,
+                "malicious-app takes 0 (lift the disposed status) or 1 (set it), not " + std::to_string(value));
         }
     }
 

@@ -46,8 +46,10 @@ struct Target {
 
 void AddTarget(CLI::App& command, Target& target)
 {
-    auto* token = command.add_option("-i,--token", target.tokenId, "token id")->check(ToolArguments::Decimal(1, UINT32_MAX));
-    auto* bundle = command.add_option("-b,--bundle", target.bundleName, "bundle name")->check(ToolArguments::NonEmpty());
+    auto* token =
+        command.add_option("-i,--token", target.tokenId, "token id")->check(ToolArguments::Decimal(1, UINT32_MAX));
+    auto* bundle =
+        command.add_option("-b,--bundle", target.bundleName, "bundle name")->check(ToolArguments::NonEmpty());
     token->excludes(bundle);
     command.add_option("-u,--user", target.userId, "user of the bundle")
         ->default_val(100)
@@ -129,9 +131,9 @@ int DumpTokens(ToolContext& context, const Target& target)
         nlohmann::ordered_json json = TokenJson(token);
         json["permissions"] = nlohmann::ordered_json::array();
         for (const PermissionEntry& permission : token.permissions) {
-            json["permissions"].push_back({{"name", permission.name},
-                {"state", PermissionText::GrantText(permission.grantStatus)}, {"flags", permission.flags},
-                {"flagNames", FlagsJson(permission.flags)}});
+            json["permissions"].push_back(
+                {{"name", permission.name}, {"state", PermissionText::GrantText(permission.grantStatus)},
+                    {"flags", permission.flags}, {"flagNames", FlagsJson(permission.flags)}});
         }
         ToolContext::PrintJson(json);
         return EXIT_OK;
@@ -229,14 +231,17 @@ int main(int argc, char** argv)
     record->add_option("-s,--success", usage.successCount, "allowed uses")
         ->default_val(1)
         ->check(ToolArguments::Decimal(0, INT32_MAX));
-    record->add_option("--fail", usage.failCount, "refused uses")->default_val(0)->check(ToolArguments::Decimal(0, INT32_MAX));
+    record->add_option("--fail", usage.failCount, "refused uses")
+        ->default_val(0)
+        ->check(ToolArguments::Decimal(0, INT32_MAX));
     record->add_flag_function(
         "--background", [&usage](int64_t) { usage.appStatus = 2; }, "the application was in the background");
-    record->add_flag_function("--locked", [&usage](int64_t) { usage.lockScreenStatus = 2; }, "the screen was locked");
+    record->add_flag_function(
+        "--locked", [&usage](int64_t) { usage.lockScreenStatus = 2; }, "the screen was locked");
     record->add_option("--type", usage.usedType, "how the permission was used")
         ->default_str("normal")
         ->transform(ToolArguments::Words({{"normal", 0}, {"picker", 1}, {"security_component", 2}}))
-            ->type_name("WORD");
+        ->type_name("WORD");
     record->add_option("--time", timeText, std::string("when (default: now): ") + TimeArgument::Forms());
     record->add_option("--duration", usage.durationMs, "duration of the use in ms")
         ->default_val(0)

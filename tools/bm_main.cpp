@@ -39,10 +39,9 @@ nlohmann::ordered_json PermissionsJson(const std::vector<PermissionEntry>& permi
 
 nlohmann::ordered_json BundleJson(const BundleView& bundle)
 {
-    return {{"bundleName", bundle.name}, {"userId", bundle.userId}, {"uid", bundle.uid},
-        {"appIndex", bundle.appIndex}, {"appId", bundle.appId}, {"tokenId", bundle.tokenId},
-        {"fullTokenId", bundle.fullTokenId}, {"systemApp", bundle.isSystemApp}, {"container", bundle.entityType == "1"},
-        {"disposed", bundle.disposed}};
+    return {{"bundleName", bundle.name}, {"userId", bundle.userId}, {"uid", bundle.uid}, {"appIndex", bundle.appIndex},
+        {"appId", bundle.appId}, {"tokenId", bundle.tokenId}, {"fullTokenId", bundle.fullTokenId},
+        {"systemApp", bundle.isSystemApp}, {"container", bundle.entityType == "1"}, {"disposed", bundle.disposed}};
 }
 
 int Install(ToolContext& context, InstallRequest& request, const std::vector<std::string>& permissions, bool container)
@@ -105,9 +104,9 @@ int DumpAll(ToolContext& context, int32_t userId)
     }
     TablePrinter table({"USER", "BUNDLE", "UID", "TOKEN", "SYSTEM", "CONTAINER", "DISPOSED"});
     for (const BundleView& bundle : bundles) {
-        table.AddRow(
-            {std::to_string(bundle.userId), bundle.name, std::to_string(bundle.uid), std::to_string(bundle.tokenId),
-                bundle.isSystemApp ? "yes" : "no", bundle.entityType == "1" ? "yes" : "no", bundle.disposed ? "yes" : "no"});
+        table.AddRow({std::to_string(bundle.userId), bundle.name, std::to_string(bundle.uid),
+            std::to_string(bundle.tokenId), bundle.isSystemApp ? "yes" : "no", bundle.entityType == "1" ? "yes" : "no",
+            bundle.disposed ? "yes" : "no"});
     }
     table.Print();
     return EXIT_OK;
@@ -163,12 +162,15 @@ int main(int argc, char** argv)
         "NAME[:granted|denied[:FLAGS]]");
     CLI::App* install = app.add_subcommand("install", "install a bundle for a user");
     install->add_option("-n,--name", request.bundleName, "bundle name")->required()->check(ToolArguments::NonEmpty());
-    install->add_option("-u,--user", request.userId, "user id")->default_val(100)->check(ToolArguments::Decimal(0, 10737));
+    install->add_option("-u,--user", request.userId, "user id")
+        ->default_val(100)
+        ->check(ToolArguments::Decimal(0, 10737));
     install->add_option("--index", request.appIndex, "app index in the uid (default: the installer picks it)")
         ->check(ToolArguments::Decimal(0, 199999));
     install->add_flag("--system", request.isSystemApp, "a system application");
     install->add_flag("--container", container, "an application of the Android-compatible container");
-    install->add_option("-p,--permission", permissions, "a requested permission, its state and flags")->check(requested);
+    install->add_option("-p,--permission", permissions, "a requested permission, its state and flags")
+        ->check(requested);
     ToolContext::SetExamples(*install, {"bm install -n com.example.notes --system -p ohos.permission.CAMERA:denied"});
 
     std::string bundleName;
@@ -181,8 +183,8 @@ int main(int argc, char** argv)
     int32_t dumpUser = -1;
     CLI::App* dump = app.add_subcommand("dump", "show every bundle (-a) or one bundle (-n)");
     auto* allFlag = dump->add_flag("-a,--all", all, "every installed bundle");
-    auto* nameOption = dump->add_option("-n,--name", bundleName, "one bundle, with its permissions")
-                           ->check(ToolArguments::NonEmpty());
+    auto* nameOption =
+        dump->add_option("-n,--name", bundleName, "one bundle, with its permissions")->check(ToolArguments::NonEmpty());
     allFlag->excludes(nameOption);
     dump->add_option("-u,--user", dumpUser, "user id (default: every user for -a, 100 for -n)")
         ->check(ToolArguments::Decimal(0, 10737));

@@ -211,8 +211,8 @@ int Dump(ToolContext& context, const Arguments& arguments)
         for (const std::string& line : ToolArguments::Split(text, "\n")) {
             for (const char* marker : NOT_UNDERSTOOD) {
                 if (line.rfind(marker, 0) == 0 && exitCode == EXIT_OK) {
-                    exitCode = context.Fail(EXIT_USAGE, "ability " + std::to_string(abilityId) +
-                                                            " did not understand the arguments: " + line);
+                    exitCode = context.Fail(EXIT_USAGE,
+                        "ability " + std::to_string(abilityId) + " did not understand the arguments: " + line);
                 }
             }
         }
@@ -235,8 +235,8 @@ int Complete(int argc, char** argv)
     if (previous == "-a" || previous == "--socket" || previous == "--data-root") {
         return EXIT_OK;
     }
-    for (const char* option : {"-s", "-a", "-ls", "--socket", "--data-root", "-v", "--verbose", "--json", "--help",
-             "--version"}) {
+    for (const char* option :
+        {"-s", "-a", "-ls", "--socket", "--data-root", "-v", "--verbose", "--json", "--help", "--version"}) {
         if (std::string(option).compare(0, partial.size(), partial) == 0) {
             std::printf("%s\n", option);
         }

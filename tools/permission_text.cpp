@@ -25,8 +25,8 @@ std::optional<uint32_t> PermissionText::ParseFlags(const std::string& text)
     uint32_t flags = 0;
     for (const std::string& word : ToolArguments::Split(text, "|,")) {
         const auto number = ToolArguments::ParseDecimal(word, 0, UINT32_MAX);
-        auto named = std::find_if(FlagWords().begin(), FlagWords().end(),
-            [&word](const auto& flagWord) { return word == flagWord.second; });
+        auto named = std::find_if(
+            FlagWords().begin(), FlagWords().end(), [&word](const auto& flagWord) { return word == flagWord.second; });
         if (!number && named == FlagWords().end()) {
             return std::nullopt;
         }

@@ -49,8 +49,8 @@ std::optional<int64_t> ToSys(const LocalMillis& local, bool utc)
 {
     const date::time_zone* zone = Zone(utc);
     try {
-        const SysMillis sys = zone == nullptr ? SysMillis(local.time_since_epoch())
-                                              : zone->to_sys(local, date::choose::earliest);
+        const SysMillis sys =
+            zone == nullptr ? SysMillis(local.time_since_epoch()) : zone->to_sys(local, date::choose::earliest);
         return sys.time_since_epoch().count();
     } catch (const std::exception&) {
         return std::nullopt;
@@ -95,8 +95,8 @@ std::optional<int64_t> ParseIso(const std::string& text, bool utc)
     if (!std::regex_match(text, match, SHAPE)) {
         return std::nullopt;
     }
-    const std::string when = match.str(1) + "T" + (match[2].matched ? match.str(2) : "00:00") +
-                             (match[3].matched ? match.str(3) : ":00");
+    const std::string when =
+        match.str(1) + "T" + (match[2].matched ? match.str(2) : "00:00") + (match[3].matched ? match.str(3) : ":00");
     std::istringstream in(when);
     LocalMillis local;
     in >> date::parse("%Y-%m-%dT%H:%M:%S", local);
@@ -152,7 +152,8 @@ std::string TimeArgument::Format(int64_t millis, bool utc, bool withMillis)
     const date::time_zone* zone = Zone(utc);
     try {
         if (zone == nullptr) {
-            return withMillis ? date::format("%FT%TZ", sys) : date::format("%FT%TZ", date::floor<std::chrono::seconds>(sys));
+            return withMillis ? date::format("%FT%TZ", sys)
+                              : date::format("%FT%TZ", date::floor<std::chrono::seconds>(sys));
         }
         if (withMillis) {
             return date::format("%FT%T%Ez", date::make_zoned(zone, sys));

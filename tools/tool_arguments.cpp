@@ -55,8 +55,7 @@ CLI::Validator ToolArguments::Decimal(int64_t min, int64_t max)
     const std::string range = "[" + std::to_string(min) + ", " + std::to_string(max) + "]";
     return CLI::Validator(
         [min, max, range](std::string& text) {
-            return ParseDecimal(text, min, max) ? std::string()
-                                                : "'" + text + "' is not a decimal number in " + range;
+            return ParseDecimal(text, min, max) ? std::string() : "'" + text + "' is not a decimal number in " + range;
         },
         "decimal in " + range);
 }

@@ -5,6 +5,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include <cctype>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -91,9 +92,16 @@ std::vector<std::string> Completions(const CLI::App& app, const std::vector<std:
             }
         }
     }
+    // Names match in any case and with '-' for '_', as the tools read them.
+    auto folded = [](std::string text) {
+        for (char& c : text) {
+            c = c == '-' ? '_' : static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+        }
+        return text;
+    };
     std::vector<std::string> matching;
     for (const std::string& candidate : candidates) {
-        if (candidate.compare(0, partial.size(), partial) == 0) {
+        if (folded(candidate).compare(0, partial.size(), folded(partial)) == 0) {
             matching.push_back(candidate);
         }
     }

@@ -46,8 +46,8 @@ std::string ToolHelpFormatter::make_help(const CLI::App* app, std::string name, 
         top = top->get_parent();
     }
     if (top != app) {
-        out << make_group("Global options (anywhere on the line)", false,
-            top->get_options([top](const CLI::Option* option) {
+        out << make_group(
+            "Global options (anywhere on the line)", false, top->get_options([top](const CLI::Option* option) {
                 return option->nonpositional() && option != top->get_help_ptr() && !option->get_group().empty();
             }));
     }

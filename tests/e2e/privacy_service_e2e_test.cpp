@@ -115,7 +115,7 @@ TEST_F(PrivacyServiceE2eTest, TheSettingsAppListsSetsAndReadsBackAGroup)
     EXPECT_FALSE(summary.empty());
 
     // The dump tool's dump, as uid 1212 on a debuggable device: no complaint, the whole dump.
-    const ToolResult dump = hostd_.RunTool("hidumper", {"-s", "65993", "-a", "-h"});
+    const ToolResult dump = hostd_.RunTool("hidumper", {"-s", "65993"});
     EXPECT_EQ(dump.exitCode, 0) << dump.err;
     EXPECT_THAT(dump.out, HasSubstr("Dump called with"));
     EXPECT_THAT(dump.out, HasSubstr("Dump done."));

@@ -93,8 +93,8 @@ bool IsTool(const std::string& word)
 
 // Where `actual` differs in shape from `documented` (keys, their order and the kinds of values,
 // every element of an array against the documented first one); empty when it does not.
-std::string ShapeDifference(const nlohmann::ordered_json& documented, const nlohmann::ordered_json& actual,
-    const std::string& path)
+std::string ShapeDifference(
+    const nlohmann::ordered_json& documented, const nlohmann::ordered_json& actual, const std::string& path)
 {
     const bool bothNumbers = documented.is_number() && actual.is_number();
     if (documented.type() != actual.type() && !bothNumbers) {
@@ -114,7 +114,8 @@ std::string ShapeDifference(const nlohmann::ordered_json& documented, const nloh
                    nlohmann::json(actualKeys).dump();
         }
         for (const auto& item : documented.items()) {
-            if (const std::string difference = ShapeDifference(item.value(), actual[item.key()], path + "." + item.key());
+            if (const std::string difference =
+                    ShapeDifference(item.value(), actual[item.key()], path + "." + item.key());
                 !difference.empty()) {
                 return difference;
             }
@@ -122,7 +123,8 @@ std::string ShapeDifference(const nlohmann::ordered_json& documented, const nloh
     }
     if (documented.is_array() && !documented.empty()) {
         for (size_t i = 0; i < actual.size(); ++i) {
-            if (const std::string difference = ShapeDifference(documented[0], actual[i], path + "[" + std::to_string(i) + "]");
+            if (const std::string difference =
+                    ShapeDifference(documented[0], actual[i], path + "[" + std::to_string(i) + "]");
                 !difference.empty()) {
                 return difference;
             }
@@ -228,7 +230,8 @@ TEST_F(ToolCommandLinesTest, EveryLineExitsWithItsCodeAndSaysWhy)
         {"aspctl " + as + "gtoken add com.example.game.arcade --policy malicious-app=1", 0, "is not disposed"},
         {"aspctl " + as + "gtoken get malicious-app --json", 0, "\"disposed\": false"},
         {"aspctl " + as + "gtoken add com.example.game.arcade --policy malicious-app=0", 0, "disposed: no"},
-        {"aspctl " + as + "gtoken add com.example.game.arcade --policy malicious-app=1 --policy x=3", 0, "disposed: yes"},
+        {"aspctl " + as + "gtoken add com.example.game.arcade --policy malicious-app=1 --policy x=3", 0,
+            "disposed: yes"},
         {"aspctl " + as + "gtoken remove com.example.game.arcade", 0, "stays disposed"},
         {"bm dump -n com.example.game.arcade", 0, "disposed:    yes"},
     };
@@ -305,7 +308,8 @@ TEST(HostdToolingTest, TheDaemonSaysWhatIsWrongOnceAndResetsADevice)
     // A file that claims to be a library starts the daemon, fails to load, and -ls says why.
     HostdHarness broken;
     const std::string fake = broken.Directory() + "/fake.so";
-    std::ofstream(fake) << "\x7f" "ELF and nothing else";
+    std::ofstream(fake) << "\x7f"
+                           "ELF and nothing else";
     broken.SetAbilityLibrary(fake);
     ASSERT_TRUE(broken.Start()) << broken.StartupOutput();
     EXPECT_EQ(broken.RunTool("hidumper", {"-s", "65993"}).exitCode, 1);

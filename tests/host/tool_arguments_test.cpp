@@ -22,7 +22,8 @@ TEST(ToolArgumentsTest, NumbersAreDecimalOnlyAndFlagsReadBackAsPrinted)
     EXPECT_EQ(ToolArguments::ParseDecimal("0", 0, 9), 0);
     EXPECT_EQ(ToolArguments::ParseDecimal("-5", -9, 9), -5);
     EXPECT_EQ(ToolArguments::ParseDecimal("2147483647", 0, INT32_MAX), INT32_MAX);
-    for (const char* bad : {"", "-", "010", "0x10", "+1", " 1", "1 ", "-0", "1e3", "2147483648", "99999999999999999999"}) {
+    for (const char* bad :
+        {"", "-", "010", "0x10", "+1", " 1", "1 ", "-0", "1e3", "2147483648", "99999999999999999999"}) {
         EXPECT_FALSE(ToolArguments::ParseDecimal(bad, INT32_MIN, INT32_MAX).has_value()) << bad;
     }
     EXPECT_EQ(ToolArguments::ParseNameValue("malicious-app=1"), std::make_pair(std::string("malicious-app"), 1));
@@ -45,7 +46,7 @@ TEST(ToolArgumentsTest, NumbersAreDecimalOnlyAndFlagsReadBackAsPrinted)
 
 TEST(TimeArgumentTest, MomentsReadStrictlyInTheLocalZoneOrUtcAndPrintAsTheyAreRead)
 {
-    setenv("TZ", "Europe/Berlin", 1);  // CET (+01:00) in winter, CEST (+02:00) in summer
+    setenv("TZ", "Europe/Berlin", 1);       // CET (+01:00) in winter, CEST (+02:00) in summer
     constexpr int64_t NOW = 1795510800000;  // 2026-11-24T09:00:00Z, a Tuesday
     constexpr int64_t HOUR = 3600000;
     const struct {
@@ -55,9 +56,9 @@ TEST(TimeArgumentTest, MomentsReadStrictlyInTheLocalZoneOrUtcAndPrintAsTheyAreRe
     } moments[] = {{"now", false, NOW}, {"1000", false, 1000}, {"-1w", false, NOW - 168 * HOUR},
         {"-3d", false, NOW - 72 * HOUR}, {"-45s", false, NOW - 45000}, {"2026-11-24T09:00:00Z", false, NOW},
         {"2026-11-24T10:00:00+01:00", true, NOW}, {"2026-11-24T04:30-0430", false, NOW},
-        {"2026-11-24T10:00", false, NOW}, {"2026-11-24T09:00", true, NOW}, {"2026-11-24 10:00:00.250", false, NOW + 250},
-        {"2026-07-01T10:00", false, 1782892800000}, {"today", false, NOW - 10 * HOUR},
-        {"yesterday", false, NOW - 34 * HOUR}, {"yesterday", true, NOW - 33 * HOUR}};
+        {"2026-11-24T10:00", false, NOW}, {"2026-11-24T09:00", true, NOW},
+        {"2026-11-24 10:00:00.250", false, NOW + 250}, {"2026-07-01T10:00", false, 1782892800000},
+        {"today", false, NOW - 10 * HOUR}, {"yesterday", false, NOW - 34 * HOUR}, {"yesterday", true, NOW - 33 * HOUR}};
     for (const auto& moment : moments) {
         EXPECT_EQ(TimeArgument::Parse(moment.text, NOW, moment.utc), moment.expected) << moment.text;
     }
