@@ -5,6 +5,8 @@ set -euo pipefail
 
 packages=(cmake ninja-build g++ clang nlohmann-json3-dev libsqlite3-dev libgtest-dev libgmock-dev
           libbenchmark-dev libcli11-dev libhowardhinnant-date-dev)
+# The dashboard: its HTTP server (found through pkg-config), and the browser its tests drive.
+packages+=(libcpp-httplib-dev pkgconf chromium chromium-driver python3-selenium)
 # ccache only speeds up rebuilds; clang-format/clang-tidy are for scripts/lint.sh.
 optional=(ccache clang-format clang-tidy)
 
@@ -14,6 +16,10 @@ for p in "${packages[@]}" "${optional[@]}"; do
     missing+=("$p")
   fi
 done
+# The dashboard's front-end libraries come through npm; any Node.js with npm will do.
+if ! command -v npm >/dev/null 2>&1; then
+  missing+=(nodejs npm)
+fi
 [ ${#missing[@]} -eq 0 ] && exit 0
 
 sudo=""

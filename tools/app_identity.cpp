@@ -41,6 +41,12 @@ std::string AppIdentity::NotFoundText(HostControlClient& control, const std::str
     return "no user " + std::to_string(userId) + " on the device (its users with apps: " + known + ")";
 }
 
+int AppIdentity::SwitchTo(const ToolContext& context, const std::string& bundleName, int32_t userId, CallerFacts& facts)
+{
+    HostControlClient control(context);
+    return SwitchTo(context, control, bundleName, userId, facts);
+}
+
 int AppIdentity::SwitchTo(const ToolContext& context, HostControlClient& control, const std::string& bundleName,
     int32_t userId, CallerFacts& facts)
 {

@@ -37,6 +37,8 @@ public:
     // unknown bundle or user, no daemon).
     static int SwitchTo(const ToolContext& context, HostControlClient& control, const std::string& bundleName,
         int32_t userId, CallerFacts& facts);
+    // The same through a connection of its own, for a client that has no further use for one.
+    static int SwitchTo(const ToolContext& context, const std::string& bundleName, int32_t userId, CallerFacts& facts);
     // What to say when a bundle of `userId` is not found (`message` is the daemon's): that the
     // device has no such user, when none of its bundles belongs to one.
     static std::string NotFoundText(HostControlClient& control, const std::string& message, int32_t userId);

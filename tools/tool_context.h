@@ -34,7 +34,7 @@ public:
     // The global options, the help's layout and `examples` (lines "command  # what it does"), on
     // the tool's top command. Call before adding subcommands: they inherit that options fall
     // through to the top command.
-    void AddOptions(CLI::App& app, const std::vector<std::string>& examples);
+    void AddOptions(CLI::App& app, const std::vector<std::string>& examples = {});
     // --utc: times read and shown in UTC rather than in the local zone.
     void AddUtcOption(CLI::App& app);
     // The examples of one subcommand, shown in its --help.
@@ -44,6 +44,8 @@ public:
     // --version, EXIT_USAGE after a bad line, which is said on stderr). "__complete WORDS..." prints
     // the completions of the last word, one a line, for the bash completion.
     int Parse(CLI::App& app, int argc, char** argv);
+    // After a parse of the tool's own: resolves the socket and sets the log up (Parse does it).
+    void Resolve();
     // For a tool that reads its own command line: the same options, given directly.
     void Configure(const std::string& socketOption, const std::string& dataRootOption, bool verbose, bool json);
 
@@ -76,8 +78,6 @@ public:
     static bool SwitchToUid(uid_t uid, std::string& message);
 
 private:
-    void Resolve();
-
     std::string toolName_;
     std::string socketOption_;
     std::string dataRootOption_;
