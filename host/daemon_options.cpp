@@ -45,7 +45,14 @@ std::optional<DaemonOptions> DaemonOptions::Parse(int argc, char** argv, int& ex
             HostPaths::RUNTIME_DIRECTORY_SUFFIX + "/" + HostPaths::SOCKET_NAME +
             " beside any other root); a socket passed by the service manager (LISTEN_FDS) is served instead");
     app.add_option("--profile", options.profilePath,
-        "device profile that seeds a new device (default: profiles/default_device.json of this build or install)");
+           "device profile that seeds a new device (default: profiles/default_device.json of this build or install)")
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
+    bool reset = false;
+    bool confirmed = false;
+    app.add_flag("--reset", reset,
+        "erase the device under the data root (its apps, grants, usage records, parameters and policies) and "
+        "seed it again from the profile; needs --yes");
+    app.add_flag("--yes", confirmed, "confirm --reset");
     app.add_option("--ability-lib", options.abilityLibrary,
         "library of ability 65993 (default: " + std::string(HostPaths::ABILITY_LIBRARY_NAME) + " beside asp_hostd)");
     app.add_option("--threads", options.threads, "IPC threads serving requests")
@@ -130,6 +137,15 @@ std::optional<DaemonOptions> DaemonOptions::Parse(int argc, char** argv, int& ex
     server.frameBudget = static_cast<size_t>(frameBudget);
     server.replyQueueLimit = static_cast<size_t>(replyQueue);
 
+    if (reset && !confirmed) {
+        std::fprintf(stderr,
+            "asp_hostd: --reset erases the device under the data root: every app, grant, usage "
+            "record, parameter and policy it holds; add --yes to do it\n");
+        exitCode = 2;
+        return std::nullopt;
+    }
+    options.reset = reset;
+    options.profileGiven = !options.profilePath.empty();
     static const std::map<std::string, LogLevel> LEVELS = {{"debug", LOG_DEBUG}, {"D", LOG_DEBUG}, {"info", LOG_INFO},
         {"I", LOG_INFO}, {"warn", LOG_WARN}, {"W", LOG_WARN}, {"error", LOG_ERROR}, {"E", LOG_ERROR},
         {"fatal", LOG_FATAL}, {"F", LOG_FATAL}};

@@ -15,9 +15,11 @@
 namespace OHOS::Host::Daemon {
 
 struct DaemonOptions {
-    std::string dataRoot;     // resolved: never empty after Parse
-    std::string socketPath;   // resolved
-    std::string profilePath;  // resolved; empty when no default profile was found
+    std::string dataRoot;       // resolved: never empty after Parse
+    std::string socketPath;     // resolved
+    std::string profilePath;    // resolved; empty when no default profile was found
+    bool profileGiven = false;  // --profile named it: a device that exists already is told that it is not read
+    bool reset = false;         // --reset --yes: the device is erased and seeded again from the profile
     std::string abilityLibrary;
     size_t threads = 16;
     LogLevel logLevel = LOG_INFO;

@@ -17,6 +17,7 @@
 #include "ipc_types.h"
 #include "parameters.h"
 #include "platform/access_token/access_token_service.h"
+#include "platform/bundle/app_control_service.h"
 #include "platform/bundle/bundle_manager_service.h"
 #include "platform/parameters/parameter_host.h"
 #include "platform/privacy/privacy_record_service.h"
@@ -94,6 +95,9 @@ BundleView ToView(const InstalledBundle& bundle)
     view.entityType = bundle.entityType;
     view.tokenId = bundle.tokenId;
     view.fullTokenId = bundle.fullTokenId;
+    for (const auto& status : AppExecFwk::Host::AppControlService::GetInstance().ListDisposedStatuses()) {
+        view.disposed = view.disposed || (status.appId == bundle.appId && status.userId == bundle.userId);
+    }
     return view;
 }
 

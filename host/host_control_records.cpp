@@ -56,7 +56,7 @@ bool WriteBundleView(Parcel& parcel, const BundleView& bundle, bool withPermissi
                          parcel.WriteInt32(bundle.uid) && parcel.WriteInt32(bundle.appIndex) &&
                          parcel.WriteString(bundle.appId) && parcel.WriteBool(bundle.isSystemApp) &&
                          parcel.WriteString(bundle.entityType) && parcel.WriteUint32(bundle.tokenId) &&
-                         parcel.WriteUint64(bundle.fullTokenId);
+                         parcel.WriteUint64(bundle.fullTokenId) && parcel.WriteBool(bundle.disposed);
     return written && (!withPermissions || WritePermissions(parcel, bundle.permissions));
 }
 
@@ -66,7 +66,7 @@ bool ReadBundleView(Parcel& parcel, BundleView& bundle, bool withPermissions)
                       parcel.ReadInt32(bundle.uid) && parcel.ReadInt32(bundle.appIndex) &&
                       parcel.ReadString(bundle.appId) && parcel.ReadBool(bundle.isSystemApp) &&
                       parcel.ReadString(bundle.entityType) && parcel.ReadUint32(bundle.tokenId) &&
-                      parcel.ReadUint64(bundle.fullTokenId);
+                      parcel.ReadUint64(bundle.fullTokenId) && parcel.ReadBool(bundle.disposed);
     return read && (!withPermissions || ReadPermissions(parcel, bundle.permissions));
 }
 

@@ -30,6 +30,7 @@ struct BundleView {
     std::string entityType;
     uint32_t tokenId = 0;
     uint64_t fullTokenId = 0;
+    bool disposed = false;                     // the app control holds a disposed status for the app on this user
     std::vector<PermissionEntry> permissions;  // GET_BUNDLE only
 };
 

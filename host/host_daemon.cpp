@@ -1,5 +1,6 @@
 #include "host/host_daemon.h"
 
+#include <fcntl.h>
 #include <signal.h>
 #include <sys/un.h>
 #include <unistd.h>
@@ -86,13 +87,13 @@ bool HostDaemon::Start()
     // Requests may arrive as soon as the socket listens; they wait in Serve until the device is up.
     dispatcher_ = std::make_unique<RequestDispatcher>(abilities_, control_, Transport::DEFAULT_MAX_PAYLOAD);
     const bool passed = options_.listenFd >= 0;
-    if (!TakeSocket() || !TakeDataRoot()) {
+    if (!CheckAbilityLibrary() || !TakeSocket() || !TakeDataRoot()) {
         return false;
     }
     HOSTD_LOGI("asp_hostd starting: pid %{public}d, data root %{public}s, socket %{public}s%{public}s",
         static_cast<int>(getpid()), options_.dataRoot.c_str(), options_.socketPath.c_str(),
         passed ? " (passed by the service manager)" : "");
-    if (!BootDevice()) {
+    if ((options_.reset && !EraseDevice()) || !BootDevice()) {
         return false;
     }
     SetSelfToken();
@@ -102,12 +103,6 @@ bool HostDaemon::Start()
             "%{public}s set to %{public}lld", UNLOAD_DELAY_PARAMETER, static_cast<long long>(*options_.unloadDelayMs));
     }
 
-    std::error_code missing;
-    if (options_.abilityLibrary.find('/') != std::string::npos &&
-        !std::filesystem::exists(options_.abilityLibrary, missing)) {
-        HOSTD_LOGW("no ability library at %{public}s: requests for SA %{public}d will fail until it is there",
-            options_.abilityLibrary.c_str(), PRIVACY_ABILITY_ID);
-    }
     abilities_.Bind(PRIVACY_ABILITY_ID, options_.abilityLibrary);
     ExposeContainerBroker();
     abilities_.Install();
@@ -210,6 +205,46 @@ bool HostDaemon::TakeDataRoot()
     return true;
 }
 
+bool HostDaemon::CheckAbilityLibrary()
+{
+    // A library named by path must be there and be a shared object, or every request for the
+    // ability would fail: better refused now than served broken. A bare name is the loader's to find.
+    if (options_.abilityLibrary.find('/') == std::string::npos) {
+        return true;
+    }
+    char magic[4] = {};
+    const int fd = open(options_.abilityLibrary.c_str(), O_RDONLY | O_CLOEXEC);
+    const bool read = fd >= 0 && ::read(fd, magic, sizeof(magic)) == static_cast<ssize_t>(sizeof(magic));
+    const int error = errno;
+    if (fd >= 0) {
+        close(fd);
+    }
+    if (fd < 0) {
+        return Fail("cannot open the ability library " + options_.abilityLibrary + ": " + std::strerror(error) +
+                    " (give the library of SA " + std::to_string(PRIVACY_ABILITY_ID) + " with --ability-lib)");
+    }
+    if (!read || std::memcmp(magic,
+                     "\x7f"
+                     "ELF",
+                     sizeof(magic)) != 0) {
+        return Fail("the ability library " + options_.abilityLibrary + " is not a shared object");
+    }
+    return true;
+}
+
+bool HostDaemon::EraseDevice()
+{
+    // Only the device's files go; the instance lock (held) and a log file beside them stay.
+    const std::filesystem::path device = std::filesystem::path(options_.dataRoot) / "data";
+    std::error_code error;
+    std::filesystem::remove_all(device, error);
+    if (error) {
+        return Fail("cannot erase the device under " + options_.dataRoot + " for --reset: " + error.message());
+    }
+    HOSTD_LOGI("device under %{public}s erased for a reset", options_.dataRoot.c_str());
+    return true;
+}
+
 bool HostDaemon::BootDevice()
 {
     const DeviceResult result = DeviceState::GetInstance().Boot(options_.dataRoot, options_.profilePath);
@@ -217,6 +252,15 @@ bool HostDaemon::BootDevice()
         return Fail("cannot boot the device under " + options_.dataRoot + ": " + result.message);
     }
     deviceBooted_ = true;
+    if (options_.profileGiven && !DeviceState::GetInstance().Seeded()) {
+        const std::string notice = "the device under " + options_.dataRoot +
+                                   " exists: --profile seeds a new device "
+                                   "only, and was not read (--reset --yes seeds this one again from it)";
+        std::fprintf(stderr, "asp_hostd: %s\n", notice.c_str());
+        if (logToFile_) {
+            HOSTD_LOGW("%{public}s", notice.c_str());
+        }
+    }
     HOSTD_LOGI("device %{public}s (%{public}s)",
         DeviceState::GetInstance().Seeded() ? "seeded from its profile" : "restored from its database",
         DeviceState::GetInstance().Database().Path().c_str());

@@ -65,6 +65,10 @@ private:
     void Stop();
     bool TakeSocket();
     bool TakeDataRoot();
+    // False, said, when the ability library named by path cannot be opened or is no shared object.
+    bool CheckAbilityLibrary();
+    // --reset: removes the device's files under the data root, so that the boot seeds it again.
+    bool EraseDevice();
     bool BootDevice();
     // The container's broker registry and the service's receivers, served on the socket.
     void ExposeContainerBroker();

@@ -4,7 +4,7 @@
 set -euo pipefail
 
 packages=(cmake ninja-build g++ clang nlohmann-json3-dev libsqlite3-dev libgtest-dev libgmock-dev
-          libbenchmark-dev libcli11-dev)
+          libbenchmark-dev libcli11-dev libhowardhinnant-date-dev)
 # The dashboard: its HTTP server (found through pkg-config), and the browser its tests drive.
 packages+=(libcpp-httplib-dev pkgconf chromium chromium-driver python3-selenium)
 # ccache only speeds up rebuilds; clang-format/clang-tidy are for scripts/lint.sh.

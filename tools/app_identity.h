@@ -28,11 +28,20 @@ struct CallerFacts {
     std::string Text() const;
 };
 
+class HostControlClient;
+
 class AppIdentity {
 public:
-    // Looks the app up for the user and switches this process to its uid. EXIT_OK with `facts`
-    // filled, or the tool's exit code after printing why not (not root, unknown bundle, no daemon).
+    // Looks the app up for the user through `control` and switches this process to its uid.
+    // EXIT_OK with `facts` filled, or the tool's exit code after printing why not (not root,
+    // unknown bundle or user, no daemon).
+    static int SwitchTo(const ToolContext& context, HostControlClient& control, const std::string& bundleName,
+        int32_t userId, CallerFacts& facts);
+    // The same through a connection of its own, for a client that has no further use for one.
     static int SwitchTo(const ToolContext& context, const std::string& bundleName, int32_t userId, CallerFacts& facts);
+    // What to say when a bundle of `userId` is not found (`message` is the daemon's): that the
+    // device has no such user, when none of its bundles belongs to one.
+    static std::string NotFoundText(HostControlClient& control, const std::string& message, int32_t userId);
 };
 
 }  // namespace OHOS::Host::Tools

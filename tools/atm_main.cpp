@@ -2,19 +2,23 @@
 //   atm perm -g (-i TOKEN | -b BUNDLE [-u USER]) -p PERM [-f FLAGS]   grant
 //   atm perm -c (-i TOKEN | -b BUNDLE [-u USER]) -p PERM [-f FLAGS]   revoke ("cancel")
 //   atm dump -t [-i TOKEN | -b BUNDLE [-u USER]]                      tokens, or one token's permissions
-//   atm record -b BUNDLE [-u USER] -p PERM [-s N] [--fail N] [--background] [--locked] [--type T] [--time MS]
+//   atm record (-i TOKEN | -b BUNDLE [-u USER]) -p PERM [-s N] [--fail N] [--background] [--locked]
+//              [--type T] [--time TIME] [--duration MS]
 
 #include <CLI/CLI.hpp>
 
 #include <cstdio>
-#include <map>
 #include <string>
 #include <vector>
+
+#include <nlohmann/json.hpp>
 
 #include "access_token.h"
 #include "tools/host_control_client.h"
 #include "tools/permission_text.h"
 #include "tools/table_printer.h"
+#include "tools/time_argument.h"
+#include "tools/tool_arguments.h"
 #include "tools/tool_context.h"
 #include "tools/tool_exit.h"
 
@@ -33,14 +37,23 @@ struct Target {
         return tokenId != 0 ? "token " + std::to_string(tokenId)
                             : bundleName + " (user " + std::to_string(userId) + ")";
     }
+    nlohmann::ordered_json Json() const
+    {
+        return tokenId != 0 ? nlohmann::ordered_json{{"tokenId", tokenId}}
+                            : nlohmann::ordered_json{{"bundleName", bundleName}, {"userId", userId}};
+    }
 };
 
 void AddTarget(CLI::App& command, Target& target)
 {
-    auto* token = command.add_option("-i,--token", target.tokenId, "token id");
-    auto* bundle = command.add_option("-b,--bundle", target.bundleName, "bundle name");
+    auto* token =
+        command.add_option("-i,--token", target.tokenId, "token id")->check(ToolArguments::Decimal(1, UINT32_MAX));
+    auto* bundle =
+        command.add_option("-b,--bundle", target.bundleName, "bundle name")->check(ToolArguments::NonEmpty());
     token->excludes(bundle);
-    command.add_option("-u,--user", target.userId, "user of the bundle")->default_val(100);
+    command.add_option("-u,--user", target.userId, "user of the bundle")
+        ->default_val(100)
+        ->check(ToolArguments::Decimal(0, 10737));
 }
 
 const char* TokenTypeText(int32_t type)
@@ -54,25 +67,38 @@ const char* TokenTypeText(int32_t type)
     }
 }
 
-int Perm(
-    ToolContext& context, const Target& target, bool grant, const std::string& permission, const std::string& flagsText)
+nlohmann::ordered_json FlagsJson(uint32_t flags)
 {
-    if (target.tokenId == 0 && target.bundleName.empty()) {
-        return context.Fail(EXIT_USAGE, "name the token (-i) or the bundle (-b)");
-    }
-    const auto flags = PermissionText::ParseFlags(flagsText);
-    if (!flags) {
-        return context.Fail(EXIT_USAGE, "'" + flagsText + "' is not a number or flag words (user_set|user_fixed...)");
-    }
+    return ToolArguments::Split(PermissionText::FlagsText(flags), "|");
+}
+
+int Perm(ToolContext& context, const Target& target, bool grant, const std::string& permission, uint32_t flags)
+{
     HostControlClient client(context);
     const HostOutcome outcome =
-        client.UpdatePermission(target.tokenId, target.bundleName, target.userId, permission, grant, *flags);
+        client.UpdatePermission(target.tokenId, target.bundleName, target.userId, permission, grant, flags);
     if (!outcome.ok) {
         return context.Fail(outcome.exitCode, (grant ? "grant failed: " : "revoke failed: ") + outcome.message);
     }
+    if (context.Json()) {
+        nlohmann::ordered_json json = target.Json();
+        json.update({{"permission", permission}, {"state", grant ? "granted" : "denied"}, {"flags", flags},
+            {"flagNames", FlagsJson(flags)}});
+        ToolContext::PrintJson(json);
+        return EXIT_OK;
+    }
     std::printf("%s %s for %s, flags %s\n", grant ? "granted" : "revoked", permission.c_str(), target.Text().c_str(),
-        PermissionText::FlagsText(*flags).c_str());
+        PermissionText::FlagsText(flags).c_str());
     return EXIT_OK;
+}
+
+nlohmann::ordered_json TokenJson(const TokenView& token)
+{
+    const bool hap = token.type == OHOS::Security::AccessToken::TOKEN_HAP;
+    // An app token's uid is its bundle's (bm dump); a native or shell token has no user.
+    return {{"tokenId", token.tokenId}, {"fullTokenId", token.fullTokenId}, {"type", TokenTypeText(token.type)},
+        {"name", token.name}, {"userId", hap ? token.userId : -1}, {"uid", hap ? -1 : token.uid},
+        {"systemApp", token.isSystemApp}};
 }
 
 int DumpTokens(ToolContext& context, const Target& target)
@@ -84,20 +110,33 @@ int DumpTokens(ToolContext& context, const Target& target)
         if (!outcome.ok) {
             return context.Fail(outcome.exitCode, outcome.message);
         }
+        nlohmann::ordered_json list = nlohmann::ordered_json::array();
         TablePrinter table({"TOKEN", "TYPE", "NAME", "USER", "UID", "SYSTEM"});
         for (const TokenView& token : tokens) {
             const bool hap = token.type == OHOS::Security::AccessToken::TOKEN_HAP;
+            list.push_back(TokenJson(token));
             table.AddRow({std::to_string(token.tokenId), TokenTypeText(token.type), token.name,
                 hap ? std::to_string(token.userId) : "-", hap ? "-" : std::to_string(token.uid),
                 token.isSystemApp ? "yes" : "no"});
         }
-        table.Print();
+        context.Json() ? ToolContext::PrintJson(list) : table.Print();
         return EXIT_OK;
     }
     TokenView token;
     const HostOutcome outcome = client.GetToken(target.tokenId, target.bundleName, target.userId, token);
     if (!outcome.ok) {
         return context.Fail(outcome.exitCode, outcome.message);
+    }
+    if (context.Json()) {
+        nlohmann::ordered_json json = TokenJson(token);
+        json["permissions"] = nlohmann::ordered_json::array();
+        for (const PermissionEntry& permission : token.permissions) {
+            json["permissions"].push_back(
+                {{"name", permission.name}, {"state", PermissionText::GrantText(permission.grantStatus)},
+                    {"flags", permission.flags}, {"flagNames", FlagsJson(permission.flags)}});
+        }
+        ToolContext::PrintJson(json);
+        return EXIT_OK;
     }
     std::printf("token %u (full 0x%llx), %s, %s%s\n\n", token.tokenId,
         static_cast<unsigned long long>(token.fullTokenId), TokenTypeText(token.type), token.name.c_str(),
@@ -111,27 +150,36 @@ int DumpTokens(ToolContext& context, const Target& target)
     return EXIT_OK;
 }
 
-int Record(ToolContext& context, const Target& target, UsageRequest& request, bool background, bool locked,
-    const std::string& type)
+int Record(ToolContext& context, const Target& target, UsageRequest& request, const std::string& timeText)
 {
-    static const std::map<std::string, int32_t> TYPES = {{"normal", 0}, {"picker", 1}, {"security_component", 2}};
-    if (target.tokenId == 0 && target.bundleName.empty()) {
-        return context.Fail(EXIT_USAGE, "name the token (-i) or the bundle (-b)");
+    request.timestampMs = TimeArgument::NowMillis();
+    if (!timeText.empty()) {
+        const auto time = TimeArgument::Parse(timeText, request.timestampMs, context.Utc());
+        if (!time) {
+            return context.Fail(EXIT_USAGE, "'" + timeText + "' is not a time: " + TimeArgument::Forms());
+        }
+        request.timestampMs = *time;
     }
     request.tokenId = target.tokenId;
     request.bundleName = target.bundleName;
     request.userId = target.userId;
-    request.appStatus = background ? 2 : 1;
-    request.lockScreenStatus = locked ? 2 : 1;
-    request.usedType = TYPES.at(type);
     HostControlClient client(context);
     const HostOutcome outcome = client.AddUsage(request);
     if (!outcome.ok) {
         return context.Fail(outcome.exitCode, "record failed: " + outcome.message);
     }
+    const char* appState = request.appStatus == 2 ? "background" : "foreground";
+    const char* screenState = request.lockScreenStatus == 2 ? "locked" : "unlocked";
+    if (context.Json()) {
+        nlohmann::ordered_json json = target.Json();
+        json.update({{"permission", request.permission}, {"successCount", request.successCount},
+            {"failCount", request.failCount}, {"appState", appState}, {"screenState", screenState},
+            {"timestamp", request.timestampMs}});
+        ToolContext::PrintJson(json);
+        return EXIT_OK;
+    }
     std::printf("recorded %s for %s: %d allowed, %d refused, %s, screen %s\n", request.permission.c_str(),
-        target.Text().c_str(), request.successCount, request.failCount, background ? "background" : "foreground",
-        locked ? "locked" : "unlocked");
+        target.Text().c_str(), request.successCount, request.failCount, appState, screenState);
     return EXIT_OK;
 }
 
@@ -141,25 +189,32 @@ int main(int argc, char** argv)
 {
     ToolContext context("atm");
     CLI::App app{
-        "atm: the device's access tokens: grant and revoke permissions, show tokens, record a permission "
-        "usage (as root or the shell)."};
-    app.footer(ExitCodesHelp());
+        "the device's access tokens: grant and revoke permissions, show tokens, record a permission usage (as "
+        "root or the shell)"};
     app.require_subcommand(1);
-    context.AddOptions(app);
+    context.AddOptions(app, {"atm perm -g -b com.example.new -p ohos.permission.CAMERA -f user_fixed",
+                                "atm dump -t -b com.ohos.permissionmanager",
+                                "atm record -b com.example.new -p ohos.permission.CAMERA --time -2h --background"});
+    context.AddUtcOption(app);
 
     Target target;
     std::string permission;
-    std::string flags = "user_set";
+    std::string flagsText = "user_set";
     bool grant = false;
     bool cancel = false;
+    const CLI::Validator flagsCheck(
+        [](std::string& text) {
+            return PermissionText::ParseFlags(text) ? std::string()
+                                                    : "'" + text + "' is not flag words or decimal numbers joined by |";
+        },
+        "FLAGS: " + ToolArguments::Join(PermissionText::FlagNames(), "|"));
     CLI::App* perm = app.add_subcommand("perm", "grant (-g) or revoke (-c) a permission the application requested");
     auto* grantFlag = perm->add_flag("-g,--grant", grant, "grant");
     auto* cancelFlag = perm->add_flag("-c,--cancel", cancel, "revoke");
     grantFlag->excludes(cancelFlag);
     AddTarget(*perm, target);
-    perm->add_option("-p,--permission", permission, "permission name")->required();
-    perm->add_option("-f,--flags", flags, "the permission's new flags: a number or words (user_set|user_fixed...)")
-        ->default_val("user_set");
+    perm->add_option("-p,--permission", permission, "permission name")->required()->check(ToolArguments::NonEmpty());
+    perm->add_option("-f,--flags", flagsText, "the permission's new flags")->default_val("user_set")->check(flagsCheck);
 
     bool tokens = false;
     CLI::App* dump = app.add_subcommand("dump", "show every token (-t), or one token's permissions (-t -i / -b)");
@@ -167,36 +222,45 @@ int main(int argc, char** argv)
     AddTarget(*dump, target);
 
     UsageRequest usage;
-    bool background = false;
-    bool locked = false;
-    std::string type = "normal";
+    std::string timeText;
     CLI::App* record = app.add_subcommand("record", "record one use of a permission by an application");
     AddTarget(*record, target);
-    record->add_option("-p,--permission", usage.permission, "permission name")->required();
-    record->add_option("-s,--success", usage.successCount, "allowed uses")->default_val(1);
-    record->add_option("--fail", usage.failCount, "refused uses")->default_val(0);
-    record->add_flag("--background", background, "the application was in the background");
-    record->add_flag("--locked", locked, "the screen was locked");
-    record->add_option("--type", type, "used type")
-        ->default_val("normal")
-        ->check(CLI::IsMember({"normal", "picker", "security_component"}));
-    record->add_option("--time", usage.timestampMs, "wall-clock time in ms (default: now)");
-    record->add_option("--duration", usage.durationMs, "duration of the use in ms")->default_val(0);
+    record->add_option("-p,--permission", usage.permission, "permission name")
+        ->required()
+        ->check(ToolArguments::NonEmpty());
+    record->add_option("-s,--success", usage.successCount, "allowed uses")
+        ->default_val(1)
+        ->check(ToolArguments::Decimal(0, INT32_MAX));
+    record->add_option("--fail", usage.failCount, "refused uses")
+        ->default_val(0)
+        ->check(ToolArguments::Decimal(0, INT32_MAX));
+    record->add_flag_function(
+        "--background", [&usage](int64_t) { usage.appStatus = 2; }, "the application was in the background");
+    record->add_flag_function(
+        "--locked", [&usage](int64_t) { usage.lockScreenStatus = 2; }, "the screen was locked");
+    record->add_option("--type", usage.usedType, "how the permission was used")
+        ->default_str("normal")
+        ->transform(ToolArguments::Words({{"normal", 0}, {"picker", 1}, {"security_component", 2}}))
+        ->type_name("WORD");
+    record->add_option("--time", timeText, std::string("when (default: now): ") + TimeArgument::Forms());
+    record->add_option("--duration", usage.durationMs, "duration of the use in ms")
+        ->default_val(0)
+        ->check(ToolArguments::Decimal(0, INT32_MAX));
 
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? EXIT_OK : EXIT_USAGE;
+    if (const int parsed = context.Parse(app, argc, argv); parsed >= 0) {
+        return parsed;
     }
-    context.Resolve();
+    if (!*dump && target.tokenId == 0 && target.bundleName.empty()) {
+        return context.Fail(EXIT_USAGE, "name the token (-i) or the bundle (-b)");
+    }
     if (*perm) {
         if (!grant && !cancel) {
             return context.Fail(EXIT_USAGE, "perm needs -g (grant) or -c (revoke)");
         }
-        return Perm(context, target, grant, permission, flags);
+        return Perm(context, target, grant, permission, *PermissionText::ParseFlags(flagsText));
     }
     if (*dump) {
         return DumpTokens(context, target);
     }
-    return Record(context, target, usage, background, locked, type);
+    return Record(context, target, usage, timeText);
 }

@@ -23,7 +23,7 @@ int ExitCodeForResult(int32_t result)
 }  // namespace
 
 HostControlClient::HostControlClient(const ToolContext& context)
-    : context_(context), remote_(context.Remote(HOST_CONTROL_ABILITY_ID))
+    : context_(context), remote_(context.Remote(HOST_CONTROL_ABILITY_ID)), traced_(context.Traced(remote_))
 {
 }
 
@@ -35,7 +35,7 @@ HostOutcome HostControlClient::Malformed() const
 HostOutcome HostControlClient::Call(HostControlCode code, MessageParcel& data, MessageParcel& reply)
 {
     MessageOption option;
-    const int status = remote_->SendRequest(static_cast<uint32_t>(code), data, reply, option);
+    const int status = traced_->SendRequest(static_cast<uint32_t>(code), data, reply, option);
     if (status != ERR_NONE) {
         return {false, ToolContext::ExitCodeForStatus(status), 0, context_.DescribeStatus(*remote_, status)};
     }
@@ -47,6 +47,9 @@ HostOutcome HostControlClient::Call(HostControlCode code, MessageParcel& data, M
     outcome.exitCode = outcome.ok ? EXIT_OK : ExitCodeForResult(outcome.result);
     if (!outcome.ok && outcome.message.empty()) {
         outcome.message = "asp_hostd answered " + std::to_string(outcome.result);
+    }
+    if (!outcome.ok) {
+        context_.Trace("<- asp_hostd result " + std::to_string(outcome.result) + ": " + outcome.message);
     }
     return outcome;
 }

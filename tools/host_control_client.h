@@ -77,6 +77,7 @@ private:
 
     const ToolContext& context_;
     sptr<Transport::SocketRemoteObject> remote_;
+    sptr<IRemoteObject> traced_;
 };
 
 }  // namespace OHOS::Host::Tools

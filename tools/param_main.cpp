@@ -8,7 +8,10 @@
 #include <map>
 #include <string>
 
+#include <nlohmann/json.hpp>
+
 #include "tools/host_control_client.h"
+#include "tools/tool_arguments.h"
 #include "tools/tool_context.h"
 #include "tools/tool_exit.h"
 
@@ -16,32 +19,29 @@ int main(int argc, char** argv)
 {
     using namespace OHOS::Host::Tools;
     ToolContext context("param");
-    CLI::App app{"param: set and read the device's system parameters (as root or the shell)."};
-    app.footer(ExitCodesHelp());
+    CLI::App app{"set and read the device's system parameters (as root or the shell)"};
     app.require_subcommand(1);
-    context.AddOptions(app);
+    context.AddOptions(app, {"param set persist.security_privacy.unload_delay_ms 2000", "param get --json"});
 
     std::string key;
     std::string value;
     CLI::App* set = app.add_subcommand("set", "set a parameter (a const. parameter only once)");
-    set->add_option("key", key, "parameter name")->required();
+    set->add_option("key", key, "parameter name")->required()->check(ToolArguments::NonEmpty());
     set->add_option("value", value, "new value")->required();
     CLI::App* get = app.add_subcommand("get", "show a parameter, or all of them");
-    get->add_option("key", key, "parameter name (none: every parameter)");
+    get->add_option("key", key, "parameter name (none: every parameter)")->check(ToolArguments::NonEmpty());
 
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? EXIT_OK : EXIT_USAGE;
+    if (const int parsed = context.Parse(app, argc, argv); parsed >= 0) {
+        return parsed;
     }
-    context.Resolve();
     HostControlClient client(context);
     if (*set) {
         const HostOutcome outcome = client.SetParameter(key, value);
         if (!outcome.ok) {
             return context.Fail(outcome.exitCode, "set failed: " + outcome.message);
         }
-        std::printf("Set parameter %s %s success\n", key.c_str(), value.c_str());
+        context.Json() ? ToolContext::PrintJson({{"key", key}, {"value", value}})
+                       : static_cast<void>(std::printf("Set parameter %s %s success\n", key.c_str(), value.c_str()));
         return EXIT_OK;
     }
     if (!key.empty()) {
@@ -49,13 +49,22 @@ int main(int argc, char** argv)
         if (!outcome.ok) {
             return context.Fail(outcome.exitCode, outcome.message);
         }
-        std::printf("%s\n", value.c_str());
+        context.Json() ? ToolContext::PrintJson({{"key", key}, {"value", value}})
+                       : static_cast<void>(std::printf("%s\n", value.c_str()));
         return EXIT_OK;
     }
     std::map<std::string, std::string> parameters;
     const HostOutcome outcome = client.ListParameters(parameters);
     if (!outcome.ok) {
         return context.Fail(outcome.exitCode, outcome.message);
+    }
+    if (context.Json()) {
+        nlohmann::ordered_json list = nlohmann::ordered_json::array();
+        for (const auto& [name, text] : parameters) {
+            list.push_back({{"key", name}, {"value", text}});
+        }
+        ToolContext::PrintJson(list);
+        return EXIT_OK;
     }
     for (const auto& [name, text] : parameters) {
         std::printf("%s = %s\n", name.c_str(), text.c_str());

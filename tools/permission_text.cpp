@@ -1,11 +1,11 @@
 #include "tools/permission_text.h"
 
-#include <cerrno>
+#include <algorithm>
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <utility>
 #include <vector>
+
+#include "tools/tool_arguments.h"
 
 namespace OHOS::Host::Tools {
 namespace {
@@ -18,52 +18,19 @@ const std::vector<std::pair<uint32_t, const char*>>& FlagWords()
     return WORDS;
 }
 
-std::vector<std::string> SplitOn(const std::string& text, const std::string& separators)
-{
-    std::vector<std::string> parts(1);
-    for (char c : text) {
-        if (separators.find(c) != std::string::npos) {
-            parts.emplace_back();
-        } else {
-            parts.back() += c;
-        }
-    }
-    return parts;
-}
-
 }  // namespace
-
-std::optional<int64_t> PermissionText::ParseInteger(const std::string& text, int64_t min, int64_t max)
-{
-    if (text.empty()) {
-        return std::nullopt;
-    }
-    errno = 0;
-    char* end = nullptr;
-    const long long value = std::strtoll(text.c_str(), &end, 0);
-    if (errno != 0 || end == nullptr || *end != '\0' || value < min || value > max) {
-        return std::nullopt;
-    }
-    return static_cast<int64_t>(value);
-}
 
 std::optional<uint32_t> PermissionText::ParseFlags(const std::string& text)
 {
-    if (const auto number = ParseInteger(text, 0, UINT32_MAX)) {
-        return static_cast<uint32_t>(*number);
-    }
     uint32_t flags = 0;
-    for (const std::string& word : SplitOn(text, "|,")) {
-        bool known = false;
-        for (const auto& [bit, name] : FlagWords()) {
-            if (word == name) {
-                flags |= bit;
-                known = true;
-            }
-        }
-        if (!known) {
+    for (const std::string& word : ToolArguments::Split(text, "|,")) {
+        const auto number = ToolArguments::ParseDecimal(word, 0, UINT32_MAX);
+        auto named = std::find_if(
+            FlagWords().begin(), FlagWords().end(), [&word](const auto& flagWord) { return word == flagWord.second; });
+        if (!number && named == FlagWords().end()) {
             return std::nullopt;
         }
+        flags |= number ? static_cast<uint32_t>(*number) : named->first;
     }
     return flags;
 }
@@ -83,12 +50,19 @@ std::string PermissionText::FlagsText(uint32_t flags)
         }
     }
     if (rest != 0) {
-        char hex[16];
-        std::snprintf(hex, sizeof(hex), "0x%x", rest);
         text += text.empty() ? "" : "|";
-        text += hex;
+        text += std::to_string(rest);
     }
     return text;
+}
+
+std::vector<std::string> PermissionText::FlagNames()
+{
+    std::vector<std::string> names;
+    for (const auto& [bit, name] : FlagWords()) {
+        names.push_back(name);
+    }
+    return names;
 }
 
 std::string PermissionText::GrantText(int32_t grantStatus)
@@ -98,7 +72,7 @@ std::string PermissionText::GrantText(int32_t grantStatus)
 
 std::optional<PermissionEntry> PermissionText::ParseRequested(const std::string& text)
 {
-    const std::vector<std::string> parts = SplitOn(text, ":");
+    const std::vector<std::string> parts = ToolArguments::Split(text, ":");
     if (parts.empty() || parts.size() > 3 || parts[0].empty()) {
         return std::nullopt;
     }

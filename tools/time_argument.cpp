@@ -1,81 +1,121 @@
 #include "tools/time_argument.h"
 
-#include <chrono>
-#include <cstdio>
-#include <ctime>
+#include <date/date.h>
+#include <date/tz.h>
 
-#include "tools/permission_text.h"
+#include <algorithm>
+#include <chrono>
+#include <cstdlib>
+#include <exception>
+#include <regex>
+#include <sstream>
+
+#include "tools/tool_arguments.h"
 
 namespace OHOS::Host::Tools {
 namespace {
 
-constexpr int64_t SECOND_MS = 1000;
-constexpr int64_t MINUTE_MS = 60 * SECOND_MS;
-constexpr int64_t HOUR_MS = 60 * MINUTE_MS;
-constexpr int64_t DAY_MS = 24 * HOUR_MS;
-// Ten thousand years either way: beyond that a number is a mistake, not a moment.
-constexpr int64_t LIMIT_MS = 10000LL * 366 * DAY_MS;
+using Millis = std::chrono::milliseconds;
+using SysMillis = date::sys_time<Millis>;
+using LocalMillis = date::local_time<Millis>;
+
+// 9999-12-31T23:59:59.999Z: beyond it a number is a mistake, not a moment.
+constexpr int64_t LAST_MS = 253402300799999LL;
+
+// The zone times are shown in: $TZ when it names a zone, else the system's; null for UTC (also
+// when the system names no zone the library knows).
+const date::time_zone* LocalZone()
+{
+    static const date::time_zone* const ZONE = []() -> const date::time_zone* {
+        try {
+            const char* name = std::getenv("TZ");
+            if (name != nullptr && *name != '\0') {
+                return date::locate_zone(name[0] == ':' ? name + 1 : name);
+            }
+            return date::current_zone();
+        } catch (const std::exception&) {
+            return nullptr;
+        }
+    }();
+    return ZONE;
+}
+
+const date::time_zone* Zone(bool utc)
+{
+    return utc ? nullptr : LocalZone();
+}
+
+std::optional<int64_t> ToSys(const LocalMillis& local, bool utc)
+{
+    const date::time_zone* zone = Zone(utc);
+    try {
+        const SysMillis sys =
+            zone == nullptr ? SysMillis(local.time_since_epoch()) : zone->to_sys(local, date::choose::earliest);
+        return sys.time_since_epoch().count();
+    } catch (const std::exception&) {
+        return std::nullopt;
+    }
+}
+
+std::optional<int64_t> StartOfDay(int64_t nowMillis, int daysBack, bool utc)
+{
+    const date::time_zone* zone = Zone(utc);
+    const SysMillis now{Millis(nowMillis)};
+    try {
+        const LocalMillis local = zone == nullptr ? LocalMillis(now.time_since_epoch()) : zone->to_local(now);
+        return ToSys(LocalMillis(date::floor<date::days>(local) - date::days(daysBack)), utc);
+    } catch (const std::exception&) {
+        return std::nullopt;
+    }
+}
 
 std::optional<int64_t> ParseRelative(const std::string& text, int64_t nowMillis)
 {
+    static const std::pair<char, int64_t> UNITS[] = {
+        {'s', 1000}, {'m', 60000}, {'h', 3600000}, {'d', 86400000}, {'w', 604800000}};
     if (text.size() < 3 || text[0] != '-') {
         return std::nullopt;
     }
-    int64_t unit = 0;
-    switch (text.back()) {
-        case 'd': unit = DAY_MS; break;
-        case 'h': unit = HOUR_MS; break;
-        case 'm': unit = MINUTE_MS; break;
-        case 's': unit = SECOND_MS; break;
-        default: return std::nullopt;
+    for (const auto& [letter, unitMs] : UNITS) {
+        if (text.back() == letter) {
+            const auto count = ToolArguments::ParseDecimal(text.substr(1, text.size() - 2), 0, LAST_MS / unitMs);
+            return count ? std::optional<int64_t>(nowMillis - *count * unitMs) : std::nullopt;
+        }
     }
-    const auto count = PermissionText::ParseInteger(text.substr(1, text.size() - 2), 0, LIMIT_MS / unit);
-    if (!count || text[1] == '-' || text[1] == '+') {
-        return std::nullopt;
-    }
-    return nowMillis - *count * unit;
+    return std::nullopt;
 }
 
-std::optional<int64_t> ParseDate(const std::string& text)
+// The shape is checked first, strictly: the date library's parser alone would take a sign or one
+// digit where two belong.
+std::optional<int64_t> ParseIso(const std::string& text, bool utc)
 {
-    int year = 0;
-    int month = 0;
-    int day = 0;
-    int hour = 0;
-    int minute = 0;
-    int second = 0;
-    int consumed = 0;
-    const int fields = std::sscanf(text.c_str(), "%4d-%2d-%2d%n", &year, &month, &day, &consumed);
-    if (fields != 3) {
+    static const std::regex SHAPE(
+        R"((\d{4}-\d{2}-\d{2})(?:[T ](\d{2}:\d{2})(:\d{2}(?:\.\d{1,3})?)?)?(Z|([+-])(\d{2}):?(\d{2}))?)");
+    std::smatch match;
+    if (!std::regex_match(text, match, SHAPE)) {
         return std::nullopt;
     }
-    std::string rest = text.substr(static_cast<size_t>(consumed));
-    if (!rest.empty()) {
-        int more = 0;
-        if (std::sscanf(rest.c_str(), "T%2d:%2d%n", &hour, &minute, &more) != 2) {
-            return std::nullopt;
-        }
-        rest = rest.substr(static_cast<size_t>(more));
-        if (!rest.empty() &&
-            (std::sscanf(rest.c_str(), ":%2d%n", &second, &more) != 1 || static_cast<size_t>(more) != rest.size())) {
-            return std::nullopt;
-        }
-    }
-    if (month < 1 || month > 12 || day < 1 || day > 31 || hour > 23 || minute > 59 || second > 60) {
+    const std::string when =
+        match.str(1) + "T" + (match[2].matched ? match.str(2) : "00:00") + (match[3].matched ? match.str(3) : ":00");
+    std::istringstream in(when);
+    LocalMillis local;
+    in >> date::parse("%Y-%m-%dT%H:%M:%S", local);
+    if (in.fail() || in.peek() != std::char_traits<char>::eof()) {
         return std::nullopt;
     }
-    struct tm parts {};
-    parts.tm_year = year - 1900;
-    parts.tm_mon = month - 1;
-    parts.tm_mday = day;
-    parts.tm_hour = hour;
-    parts.tm_min = minute;
-    parts.tm_sec = second;
-    const time_t seconds = timegm(&parts);
-    if (parts.tm_mday != day) {
-        return std::nullopt;  // 2024-02-31 rolled over into March
+    if (!match[4].matched) {
+        return ToSys(local, utc);
     }
-    return static_cast<int64_t>(seconds) * SECOND_MS;
+    std::chrono::minutes offset{0};
+    if (match[5].matched) {
+        const int hours = std::stoi(match.str(6));
+        const int minutes = std::stoi(match.str(7));
+        if (hours > 18 || minutes > 59) {
+            return std::nullopt;
+        }
+        offset = std::chrono::minutes((match.str(5) == "-" ? -1 : 1) * (hours * 60 + minutes));
+    }
+    return (local.time_since_epoch() - offset).count();
 }
 
 }  // namespace
@@ -86,30 +126,48 @@ int64_t TimeArgument::NowMillis()
     return duration_cast<milliseconds>(system_clock::now().time_since_epoch()).count();
 }
 
-std::optional<int64_t> TimeArgument::Parse(const std::string& text, int64_t nowMillis)
+std::optional<int64_t> TimeArgument::Parse(const std::string& text, int64_t nowMillis, bool utc)
 {
+    std::optional<int64_t> millis;
     if (text == "now") {
-        return nowMillis;
+        millis = nowMillis;
+    } else if (text == "today" || text == "yesterday") {
+        millis = StartOfDay(nowMillis, text == "today" ? 0 : 1, utc);
+    } else if (!text.empty() && text[0] == '-') {
+        millis = ParseRelative(text, nowMillis);
+    } else if (text.find('-') != std::string::npos) {
+        millis = ParseIso(text, utc);
+    } else {
+        millis = ToolArguments::ParseDecimal(text, 0, LAST_MS);
     }
-    if (const auto relative = ParseRelative(text, nowMillis)) {
-        return relative;
+    if (!millis || *millis < 0 || *millis > LAST_MS) {
+        return std::nullopt;
     }
-    if (text.find('-') != std::string::npos && text[0] != '-') {
-        return ParseDate(text);
-    }
-    return PermissionText::ParseInteger(text, 0, LIMIT_MS);
+    return millis;
 }
 
-std::string TimeArgument::Format(int64_t millis)
+std::string TimeArgument::Format(int64_t millis, bool utc, bool withMillis)
 {
-    const time_t seconds = static_cast<time_t>(millis / SECOND_MS);
-    struct tm parts {};
-    if (gmtime_r(&seconds, &parts) == nullptr) {
+    const SysMillis sys{Millis(millis)};
+    const date::time_zone* zone = Zone(utc);
+    try {
+        if (zone == nullptr) {
+            return withMillis ? date::format("%FT%TZ", sys)
+                              : date::format("%FT%TZ", date::floor<std::chrono::seconds>(sys));
+        }
+        if (withMillis) {
+            return date::format("%FT%T%Ez", date::make_zoned(zone, sys));
+        }
+        return date::format("%FT%T%Ez", date::make_zoned(zone, date::floor<std::chrono::seconds>(sys)));
+    } catch (const std::exception&) {
         return std::to_string(millis);
     }
-    char text[32];
-    std::strftime(text, sizeof(text), "%Y-%m-%d %H:%M:%S", &parts);
-    return text;
+}
+
+const char* TimeArgument::Forms()
+{
+    return "now, today, yesterday, -45s, -30m, -12h, -7d, -1w, 2026-11-24[T10:00[:00[.250]]][Z|+01:00], "
+           "or milliseconds since 1970";
 }
 
 }  // namespace OHOS::Host::Tools

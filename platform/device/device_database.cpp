@@ -632,9 +632,8 @@ DeviceResult DeviceDatabase::Open(const std::string& path, const Provisioner& pr
         }
     }
     if (!result.Ok()) {
-        DEVICE_LOGE("cannot open the device database %{public}s: %{public}s", path.c_str(), result.message.c_str());
         Close();
-        return result;
+        return result;  // the caller says why, once
     }
     Attach();
     DEVICE_LOGI("device database %{public}s open, %{public}s", path.c_str(),

@@ -520,6 +520,35 @@ bool CheckPatterns(
     return true;
 }
 
+// Where a text stops being JSON, as the parser puts it: "parse error at line 3, column 3: ...". The
+// parser reports the error to its SAX handler as a value; nothing is thrown.
+std::string SyntaxError(const std::string& text)
+{
+    struct Locator final : json::json_sax_t {
+        bool null() override { return true; }
+        bool boolean(bool) override { return true; }
+        bool number_integer(number_integer_t) override { return true; }
+        bool number_unsigned(number_unsigned_t) override { return true; }
+        bool number_float(number_float_t, const string_t&) override { return true; }
+        bool string(string_t&) override { return true; }
+        bool binary(binary_t&) override { return true; }
+        bool start_object(std::size_t) override { return true; }
+        bool key(string_t&) override { return true; }
+        bool end_object() override { return true; }
+        bool start_array(std::size_t) override { return true; }
+        bool end_array() override { return true; }
+        bool parse_error(std::size_t, const std::string&, const nlohmann::detail::exception& error) override
+        {
+            const std::string what = error.what();
+            message = what.substr(what.find("] ") == std::string::npos ? 0 : what.find("] ") + 2);
+            return false;
+        }
+        std::string message;
+    } locator;
+    json::sax_parse(text, &locator);
+    return locator.message;
+}
+
 }  // namespace
 
 DeviceResult DeviceProfile::Load(const std::string& path, DeviceProfile& profile)
@@ -544,7 +573,7 @@ DeviceResult DeviceProfile::Parse(const std::string& text, DeviceProfile& profil
 {
     const json root = json::parse(text, nullptr, false);
     if (root.is_discarded()) {
-        return DeviceResult::Fail(DeviceError::PROFILE_INVALID, "not valid JSON");
+        return DeviceResult::Fail(DeviceError::PROFILE_INVALID, "not valid JSON: " + SyntaxError(text));
     }
     ProfileReader reader;
     DeviceProfile parsed;

@@ -43,8 +43,7 @@ DeviceResult DeviceState::Boot(const std::string& dataRoot, const std::string& p
         });
     seeded_ = result.Ok() && seeded;
     if (!result.Ok()) {
-        DEVICE_LOGE("device boot failed: %{public}s", result.message.c_str());
-        return result;
+        return result;  // the caller says why, once
     }
     DEVICE_LOGI("device booted under %{public}s, %{public}s", DataRoot::Get().c_str(),
         seeded_ ? "seeded from the profile" : "restored");

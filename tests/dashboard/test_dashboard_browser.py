@@ -39,11 +39,11 @@ def buckets(records, begin, bucket, count):
         group = record["operationGroup"].split("-")[0]
         series = groups.setdefault(group, [[0] * count for _ in range(5)])
         times = record["times"]
-        if record["operationMode"] == 0:
+        if record["operationMode"] == "allowed":
             series[0][index] += times
-            series[2][index] += times if record["appState"] == 1 else 0
-            series[3][index] += times if record["appState"] == 2 else 0
-            series[4][index] += times if record["screenState"] == 2 else 0
+            series[2][index] += times if record["appState"] == "foreground" else 0
+            series[3][index] += times if record["appState"] == "background" else 0
+            series[4][index] += times if record["screenState"] == "locked" else 0
         else:
             series[1][index] += times
     return groups

@@ -278,7 +278,9 @@ TEST_F(DeviceProfileTest, MalformedProfilesAreRefusedWithTheirJsonPath)
     DeviceProfile profile;
     EXPECT_EQ(DeviceProfile::Parse(noVersion.dump(), profile).message, "version: missing");
     EXPECT_EQ(DeviceProfile::Parse("[1, 2]", profile).message, "(top level): expected an object");
-    EXPECT_EQ(DeviceProfile::Parse("{\"version\": 1,", profile).message, "not valid JSON");
+    EXPECT_EQ(DeviceProfile::Parse("{\"version\": 1,\n  ]", profile).message,
+        "not valid JSON: parse error at line 2, column 3: syntax error while parsing object key - unexpected ']'; "
+        "expected string literal");
     EXPECT_EQ(DeviceProfile::Parse("", profile).error, DeviceError::PROFILE_INVALID);
     const DeviceResult missing = DeviceProfile::Load(root_ + "/no-such-profile.json", profile);
     EXPECT_EQ(missing.error, DeviceError::PROFILE_UNREADABLE);
