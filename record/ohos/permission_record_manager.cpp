@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <optional>
 #include <set>
 
 #include "privacy_kit.h"
@@ -56,11 +57,112 @@ bool Contains(const std::vector<int32_t>& values, int32_t value)
     return std::find(values.begin(), values.end(), value) != values.end();
 }
 
+// One use a timeline may keep, before any record is made of it: its timestamp, its place in the
+// order in which the full build would have appended it (equal timestamps keep that order), and
+// where it comes from: a record the caller's vector already held (bundle == FROM_RECORDS, detail
+// its index there) or one detail of the platform's answer.
+struct TimelineCandidate {
+    int64_t timestamp;
+    uint64_t sequence;
+    uint32_t bundle;
+    uint32_t permission;
+    uint32_t detail;
+};
+constexpr uint32_t FROM_RECORDS = std::numeric_limits<uint32_t>::max();
+
+// The most records a timeline keeps for the query's limit: 0, 500 and more ask for 500; so does a
+// negative limit, which asks for nothing sensible and must not lift the bound.
+size_t EffectiveLimit(int32_t limit, int32_t maxRecords)
+{
+    return (limit <= 0 || limit >= maxRecords) ? static_cast<size_t>(maxRecords) : static_cast<size_t>(limit);
+}
+
+// The kept candidates of a stream: the `limit` first in timeline order (newest first, oldest first
+// for order 1, equal timestamps in the order offered), held as a heap whose top is the last kept
+// one, so that a candidate that cannot be kept costs one comparison of timestamps.
+class TimelineSelection {
+public:
+    TimelineSelection(size_t limit, bool oldestFirst) : limit_(limit), oldestFirst_(oldestFirst), before_{oldestFirst}
+    {
+        kept_.reserve(limit);
+    }
+
+    // Offers the next candidate of the stream (its sequence is its place in the stream).
+    void Offer(int64_t timestamp, uint32_t bundle, uint32_t permission, uint32_t detail)
+    {
+        const uint64_t sequence = offered_++;
+        if (kept_.size() < limit_) {
+            kept_.push_back({timestamp, sequence, bundle, permission, detail});
+            std::push_heap(kept_.begin(), kept_.end(), before_);
+            return;
+        }
+        // A later candidate with the timestamp of the last kept one comes after it: not kept.
+        const int64_t last = kept_.front().timestamp;
+        if (limit_ == 0 || (oldestFirst_ ? timestamp >= last : timestamp <= last)) {
+            return;
+        }
+        std::pop_heap(kept_.begin(), kept_.end(), before_);
+        kept_.back() = {timestamp, sequence, bundle, permission, detail};
+        std::push_heap(kept_.begin(), kept_.end(), before_);
+    }
+
+    uint64_t Offered() const { return offered_; }
+
+    // The kept candidates in timeline order; the selection is spent.
+    std::vector<TimelineCandidate> TakeInOrder()
+    {
+        std::sort_heap(kept_.begin(), kept_.end(), before_);
+        return std::move(kept_);
+    }
+
+private:
+    // Whether `left` comes before `right` in the timeline.
+    struct Before {
+        bool oldestFirst;
+        bool operator()(const TimelineCandidate& left, const TimelineCandidate& right) const
+        {
+            if (left.timestamp != right.timestamp) {
+                return oldestFirst ? left.timestamp < right.timestamp : left.timestamp > right.timestamp;
+            }
+            return left.sequence < right.sequence;
+        }
+    };
+
+    const size_t limit_;
+    const bool oldestFirst_;
+    const Before before_;
+    uint64_t offered_ = 0;
+    std::vector<TimelineCandidate> kept_;
+};
+
 // Uses are counted in 32 bits on the wire; a sum that would not fit stays at the largest count.
 int AddCount(int total, int32_t count)
 {
     const int64_t sum = static_cast<int64_t>(total) + count;
     return static_cast<int>(std::min<int64_t>(sum, std::numeric_limits<int>::max()));
+}
+
+// Whether a use passes the query's app and screen state filters (an empty filter passes all).
+bool PassesStateFilters(
+    const std::vector<int32_t>& appStates, const std::vector<int32_t>& screenStates, const UsedRecordDetail& detail)
+{
+    return (appStates.empty() || Contains(appStates, detail.status)) &&
+           (screenStates.empty() || Contains(screenStates, detail.lockScreenStatus));
+}
+
+// A timeline record of one use.
+void FillTimelineRecord(PermissionUsageRecord& record, const std::string& bundleName, int32_t uid,
+    const std::string& operationGroup, int32_t operationMode, const UsedRecordDetail& detail)
+{
+    record.SetBundleName(bundleName);
+    record.SetUid(uid);
+    record.SetBeginTimestamp(detail.timestamp);
+    record.SetEndTimestamp(detail.timestamp);
+    record.SetOperationGroup(operationGroup);
+    record.SetOperationMode(operationMode);
+    record.SetTimes(detail.count);
+    record.SetAppState(detail.status);
+    record.SetScreenState(detail.lockScreenStatus);
 }
 
 // Whether a token's records belong in an answer for `userId`: its own, and those of user 0, the
@@ -309,20 +411,9 @@ int PermissionRecordManager::GetPermissionUsageTimeline(
         return RESULT_OK;
     }
 
-    // One reservation for the most records the details can give, instead of growing bundle by
-    // bundle.
-    const bool rejected = query.GetOperationModes().front() != OPERATION_MODE_ACCESS;
-    size_t details = 0;
-    for (const auto& bundleRecord : result.bundleRecords) {
-        for (const auto& permissionRecord : bundleRecord.permissionRecords) {
-            details += rejected ? permissionRecord.rejectRecords.size() : permissionRecord.accessRecords.size();
-        }
-    }
-    records.reserve(records.size() + details);
-    for (const auto& bundleRecord : result.bundleRecords) {
-        AssembleTimelinePermissionUsageRecords(query, bundleRecord, records);
-    }
-    SortAndLimit(query, records);
+    // The uses to keep are chosen first and only those become records: a platform answer may hold
+    // a million uses for a timeline of at most 500.
+    SortAndLimit(query, result.bundleRecords, records);
     QZ_LOGI("done");
     return RESULT_OK;
 }
@@ -364,23 +455,12 @@ void PermissionRecordManager::AssembleTimelinePermissionUsageRecords(const Permi
             GetEnumNameWithUsedTypeSuffix(*group, SECURITY_COMPONENT_TYPE),
         };
         for (const auto& detail : details) {
-            if (!appStates.empty() && !Contains(appStates, detail.status)) {
+            if (!PassesStateFilters(appStates, screenStates, detail)) {
                 continue;
             }
-            if (!screenStates.empty() && !Contains(screenStates, detail.lockScreenStatus)) {
-                continue;
-            }
-            PermissionUsageRecord& record = records.emplace_back();
-            record.SetBundleName(bundleRecord.bundleName);
-            record.SetUid(*uid);
-            record.SetBeginTimestamp(detail.timestamp);
-            record.SetEndTimestamp(detail.timestamp);
             const bool suffixed = detail.type == PICKER_TYPE || detail.type == SECURITY_COMPONENT_TYPE;
-            record.SetOperationGroup(names[suffixed ? static_cast<size_t>(detail.type) : 0]);
-            record.SetOperationMode(operationMode);
-            record.SetTimes(detail.count);
-            record.SetAppState(detail.status);
-            record.SetScreenState(detail.lockScreenStatus);
+            FillTimelineRecord(records.emplace_back(), bundleRecord.bundleName, *uid,
+                names[suffixed ? static_cast<size_t>(detail.type) : 0], operationMode, detail);
         }
     }
 }
@@ -398,45 +478,78 @@ std::string PermissionRecordManager::GetEnumNameWithUsedTypeSuffix(
 void PermissionRecordManager::SortAndLimit(
     const PermissionUsageRecordQuery& query, std::vector<PermissionUsageRecord>& records)
 {
-    const bool oldestFirst = query.GetOrder() == PermissionUsageRecordQuery::ORDER_OLDEST_FIRST;
-    const auto before = [oldestFirst](
-                            int64_t left, int64_t right) { return oldestFirst ? left < right : left > right; };
-    // 0, 500 and more ask for the most a timeline gives; so does a negative limit, which asks for
-    // nothing sensible and must not lift the bound.
-    const int32_t limit = query.GetLimit();
-    const size_t effectiveLimit =
-        (limit <= 0 || limit >= MAX_TIMELINE_RECORDS) ? MAX_TIMELINE_RECORDS : static_cast<size_t>(limit);
-    const size_t countBefore = records.size();
-    const size_t kept = std::min(effectiveLimit, countBefore);
+    SortAndLimit(query, {}, records);
+}
 
-    if (kept == countBefore) {
-        // At most 500 records: sorting them all is the cheap way.
-        std::sort(records.begin(), records.end(),
-            [&before](const PermissionUsageRecord& left, const PermissionUsageRecord& right) {
-                return before(left.GetBeginTimestamp(), right.GetBeginTimestamp());
-            });
-    } else {
-        // A platform answer may hold a million uses. Select on small (timestamp, index) keys, sort
-        // only the kept ones, and move just those records: linear in the answer, and the same
-        // records as a full sort cut to the limit (up to the order of equal timestamps).
-        std::vector<std::pair<int64_t, size_t>> keys;
-        keys.reserve(countBefore);
-        for (size_t i = 0; i < countBefore; ++i) {
-            keys.emplace_back(records[i].GetBeginTimestamp(), i);
-        }
-        const auto keyBefore = [&before](const std::pair<int64_t, size_t>& left,
-                                   const std::pair<int64_t, size_t>& right) { return before(left.first, right.first); };
-        const auto keptEnd = keys.begin() + static_cast<std::ptrdiff_t>(kept);
-        std::nth_element(keys.begin(), keptEnd, keys.end(), keyBefore);
-        std::sort(keys.begin(), keptEnd, keyBefore);
-        std::vector<PermissionUsageRecord> selected;
-        selected.reserve(kept);
-        for (auto it = keys.begin(); it != keptEnd; ++it) {
-            selected.push_back(std::move(records[it->second]));
-        }
-        records.swap(selected);
+void PermissionRecordManager::SortAndLimit(const PermissionUsageRecordQuery& query,
+    const std::vector<BundleUsedRecord>& bundleRecords, std::vector<PermissionUsageRecord>& records)
+{
+    TimelineSelection selection(EffectiveLimit(query.GetLimit(), MAX_TIMELINE_RECORDS),
+        query.GetOrder() == PermissionUsageRecordQuery::ORDER_OLDEST_FIRST);
+    // The order of the full build: the records already there, then the uses of each bundle, each
+    // permission and each detail as AssembleTimelinePermissionUsageRecords appends them.
+    for (size_t i = 0; i < records.size(); ++i) {
+        selection.Offer(records[i].GetBeginTimestamp(), FROM_RECORDS, 0, static_cast<uint32_t>(i));
     }
-    QZ_LOGI("limit=%s, before=%s, after=%s", std::to_string(kept).c_str(), std::to_string(countBefore).c_str(),
+    // Checked by IsValid before a platform query; a caller with a bare query has nothing to assemble.
+    const bool assemble = !bundleRecords.empty() && !query.GetUserIds().empty() && !query.GetOperationModes().empty();
+    const int32_t operationMode = assemble ? query.GetOperationModes().front() : OPERATION_MODE_ACCESS;
+    // Any mode but 0 reads the rejections here (the summary takes -1 only).
+    const bool rejected = operationMode != OPERATION_MODE_ACCESS;
+    const auto& appStates = query.GetAppStates();
+    const auto& screenStates = query.GetScreenStates();
+    const bool filtered = !appStates.empty() || !screenStates.empty();
+    std::vector<int32_t> uids(bundleRecords.size(), 0);
+    for (size_t b = 0; assemble && b < bundleRecords.size(); ++b) {
+        const BundleUsedRecord& bundleRecord = bundleRecords[b];
+        auto uid = Util::AccessTokenHelper::GetUidByAccessTokenId(bundleRecord.tokenId);
+        if (!uid.has_value() || !IsOfUser(Util::AccessTokenHelper::GetUserIdByAccessTokenId(bundleRecord.tokenId),
+                                    query.GetUserIds().front())) {
+            continue;
+        }
+        uids[b] = *uid;
+        for (size_t p = 0; p < bundleRecord.permissionRecords.size(); ++p) {
+            const PermissionUsedRecord& permissionRecord = bundleRecord.permissionRecords[p];
+            if (!PermissionOperationGroupMapping::GetPermissionOperationGroupByPermission(
+                    permissionRecord.permissionName)
+                     .has_value()) {
+                continue;
+            }
+            const auto& details = rejected ? permissionRecord.rejectRecords : permissionRecord.accessRecords;
+            for (size_t d = 0; d < details.size(); ++d) {
+                if (!filtered || PassesStateFilters(appStates, screenStates, details[d])) {
+                    selection.Offer(details[d].timestamp, static_cast<uint32_t>(b), static_cast<uint32_t>(p),
+                        static_cast<uint32_t>(d));
+                }
+            }
+        }
+    }
+    const size_t countBefore = static_cast<size_t>(selection.Offered());
+    const std::vector<TimelineCandidate> kept = selection.TakeInOrder();
+
+    std::vector<PermissionUsageRecord> selected(kept.size());
+    std::optional<PermissionOperationGroup> group;
+    const PermissionUsedRecord* groupOf = nullptr;
+    for (size_t i = 0; i < kept.size(); ++i) {
+        const TimelineCandidate& candidate = kept[i];
+        if (candidate.bundle == FROM_RECORDS) {
+            selected[i] = std::move(records[candidate.detail]);
+            continue;
+        }
+        const BundleUsedRecord& bundleRecord = bundleRecords[candidate.bundle];
+        const PermissionUsedRecord& permissionRecord = bundleRecord.permissionRecords[candidate.permission];
+        if (groupOf != &permissionRecord) {
+            groupOf = &permissionRecord;
+            group = PermissionOperationGroupMapping::GetPermissionOperationGroupByPermission(
+                permissionRecord.permissionName);
+        }
+        const UsedRecordDetail& detail =
+            (rejected ? permissionRecord.rejectRecords : permissionRecord.accessRecords)[candidate.detail];
+        FillTimelineRecord(selected[i], bundleRecord.bundleName, uids[candidate.bundle],
+            GetEnumNameWithUsedTypeSuffix(*group, detail.type), operationMode, detail);
+    }
+    records.swap(selected);
+    QZ_LOGI("limit=%s, before=%s, after=%s", std::to_string(kept.size()).c_str(), std::to_string(countBefore).c_str(),
         std::to_string(records.size()).c_str());
 }
 
