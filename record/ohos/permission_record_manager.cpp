@@ -57,18 +57,20 @@ bool Contains(const std::vector<int32_t>& values, int32_t value)
     return std::find(values.begin(), values.end(), value) != values.end();
 }
 
-// One use a timeline may keep, before any record is made of it: its timestamp, its place in the
-// order in which the full build would have appended it (equal timestamps keep that order), and
-// where it comes from: a record the caller's vector already held (bundle == FROM_RECORDS, detail
-// its index there) or one detail of the platform's answer.
+// One use a timeline may keep, before any record is made of it: its timestamp and its place in the
+// order in which the full build would have appended it, (list << 32) | index. List 0 is the
+// records the caller's vector already held; list n > 0 is the details of one permission record
+// of one bundle, numbered in the order the full build walks them; index is the detail's (or
+// record's) index in that list. Equal timestamps keep the full build's order.
 struct TimelineCandidate {
     int64_t timestamp;
-    uint64_t sequence;
-    uint32_t bundle;
-    uint32_t permission;
-    uint32_t detail;
+    uint64_t place;
 };
-constexpr uint32_t FROM_RECORDS = std::numeric_limits<uint32_t>::max();
+
+uint64_t PlaceOf(size_t list, size_t index)
+{
+    return (static_cast<uint64_t>(list) << 32) | static_cast<uint64_t>(index);
+}
 
 // The most records a timeline keeps for the query's limit: 0, 500 and more ask for 500; so does a
 // negative limit, which asks for nothing sensible and must not lift the bound.
@@ -77,36 +79,34 @@ size_t EffectiveLimit(int32_t limit, int32_t maxRecords)
     return (limit <= 0 || limit >= maxRecords) ? static_cast<size_t>(maxRecords) : static_cast<size_t>(limit);
 }
 
-// The kept candidates of a stream: the `limit` first in timeline order (newest first, oldest first
-// for order 1, equal timestamps in the order offered), held as a heap whose top is the last kept
-// one, so that a candidate that cannot be kept costs one comparison of timestamps.
+// The kept candidates: the `limit` first in timeline order (newest first, oldest first for order
+// 1, equal timestamps in the full build's order), held as a heap whose top is the last kept one.
+// Candidates may be offered in any order.
 class TimelineSelection {
 public:
-    TimelineSelection(size_t limit, bool oldestFirst) : limit_(limit), oldestFirst_(oldestFirst), before_{oldestFirst}
+    TimelineSelection(size_t limit, bool oldestFirst) : limit_(limit), before_{oldestFirst}
     {
         kept_.reserve(limit);
     }
 
-    // Offers the next candidate of the stream (its sequence is its place in the stream).
-    void Offer(int64_t timestamp, uint32_t bundle, uint32_t permission, uint32_t detail)
+    // Offers a candidate; false when it is not kept (it comes after every kept one and none is
+    // free), so that the caller may stop offering what comes after it anyway.
+    bool Offer(int64_t timestamp, uint64_t place)
     {
-        const uint64_t sequence = offered_++;
+        const TimelineCandidate candidate{timestamp, place};
         if (kept_.size() < limit_) {
-            kept_.push_back({timestamp, sequence, bundle, permission, detail});
+            kept_.push_back(candidate);
             std::push_heap(kept_.begin(), kept_.end(), before_);
-            return;
+            return true;
         }
-        // A later candidate with the timestamp of the last kept one comes after it: not kept.
-        const int64_t last = kept_.front().timestamp;
-        if (limit_ == 0 || (oldestFirst_ ? timestamp >= last : timestamp <= last)) {
-            return;
+        if (limit_ == 0 || !before_(candidate, kept_.front())) {
+            return false;
         }
         std::pop_heap(kept_.begin(), kept_.end(), before_);
-        kept_.back() = {timestamp, sequence, bundle, permission, detail};
+        kept_.back() = candidate;
         std::push_heap(kept_.begin(), kept_.end(), before_);
+        return true;
     }
-
-    uint64_t Offered() const { return offered_; }
 
     // The kept candidates in timeline order; the selection is spent.
     std::vector<TimelineCandidate> TakeInOrder()
@@ -124,16 +124,28 @@ private:
             if (left.timestamp != right.timestamp) {
                 return oldestFirst ? left.timestamp < right.timestamp : left.timestamp > right.timestamp;
             }
-            return left.sequence < right.sequence;
+            return left.place < right.place;
         }
     };
 
     const size_t limit_;
-    const bool oldestFirst_;
     const Before before_;
-    uint64_t offered_ = 0;
     std::vector<TimelineCandidate> kept_;
 };
+
+// One permission record's details as the timeline reads them, with what its records share.
+struct TimelineList {
+    const BundleUsedRecord* bundleRecord;
+    int32_t uid;
+    PermissionOperationGroup group;
+    const std::vector<UsedRecordDetail>* details;
+};
+
+bool IsOldestFirst(const std::vector<UsedRecordDetail>& details)
+{
+    return std::is_sorted(details.begin(), details.end(),
+        [](const UsedRecordDetail& left, const UsedRecordDetail& right) { return left.timestamp < right.timestamp; });
+}
 
 // Uses are counted in 32 bits on the wire; a sum that would not fit stays at the largest count.
 int AddCount(int total, int32_t count)
@@ -484,22 +496,22 @@ void PermissionRecordManager::SortAndLimit(
 void PermissionRecordManager::SortAndLimit(const PermissionUsageRecordQuery& query,
     const std::vector<BundleUsedRecord>& bundleRecords, std::vector<PermissionUsageRecord>& records)
 {
-    TimelineSelection selection(EffectiveLimit(query.GetLimit(), MAX_TIMELINE_RECORDS),
-        query.GetOrder() == PermissionUsageRecordQuery::ORDER_OLDEST_FIRST);
-    // The order of the full build: the records already there, then the uses of each bundle, each
-    // permission and each detail as AssembleTimelinePermissionUsageRecords appends them.
+    const bool oldestFirst = query.GetOrder() == PermissionUsageRecordQuery::ORDER_OLDEST_FIRST;
+    TimelineSelection selection(EffectiveLimit(query.GetLimit(), MAX_TIMELINE_RECORDS), oldestFirst);
+    // The full build appends to the records already there.
     for (size_t i = 0; i < records.size(); ++i) {
-        selection.Offer(records[i].GetBeginTimestamp(), FROM_RECORDS, 0, static_cast<uint32_t>(i));
+        selection.Offer(records[i].GetBeginTimestamp(), PlaceOf(0, i));
     }
+    size_t countBefore = records.size();
+
+    // The lists of the full build, in its order: each bundle of the query's user (or of user 0)
+    // whose uid is known, each of its permissions that has an operation group.
     // Checked by IsValid before a platform query; a caller with a bare query has nothing to assemble.
     const bool assemble = !bundleRecords.empty() && !query.GetUserIds().empty() && !query.GetOperationModes().empty();
     const int32_t operationMode = assemble ? query.GetOperationModes().front() : OPERATION_MODE_ACCESS;
     // Any mode but 0 reads the rejections here (the summary takes -1 only).
     const bool rejected = operationMode != OPERATION_MODE_ACCESS;
-    const auto& appStates = query.GetAppStates();
-    const auto& screenStates = query.GetScreenStates();
-    const bool filtered = !appStates.empty() || !screenStates.empty();
-    std::vector<int32_t> uids(bundleRecords.size(), 0);
+    std::vector<TimelineList> lists;
     for (size_t b = 0; assemble && b < bundleRecords.size(); ++b) {
         const BundleUsedRecord& bundleRecord = bundleRecords[b];
         auto uid = Util::AccessTokenHelper::GetUidByAccessTokenId(bundleRecord.tokenId);
@@ -507,46 +519,67 @@ void PermissionRecordManager::SortAndLimit(const PermissionUsageRecordQuery& que
                                     query.GetUserIds().front())) {
             continue;
         }
-        uids[b] = *uid;
-        for (size_t p = 0; p < bundleRecord.permissionRecords.size(); ++p) {
-            const PermissionUsedRecord& permissionRecord = bundleRecord.permissionRecords[p];
-            if (!PermissionOperationGroupMapping::GetPermissionOperationGroupByPermission(
-                    permissionRecord.permissionName)
-                     .has_value()) {
-                continue;
+        for (const auto& permissionRecord : bundleRecord.permissionRecords) {
+            auto group =
+                PermissionOperationGroupMapping::GetPermissionOperationGroupByPermission(permissionRecord.permissionName);
+            if (group.has_value()) {
+                lists.push_back({&bundleRecord, *uid, std::move(*group),
+                    rejected ? &permissionRecord.rejectRecords : &permissionRecord.accessRecords});
             }
-            const auto& details = rejected ? permissionRecord.rejectRecords : permissionRecord.accessRecords;
+        }
+    }
+
+    // Every use that passes the filters is counted; only those that may be kept are offered. The
+    // platform answers each list in time order: walked from the end the timeline keeps first, a
+    // list is done at its first use that is not kept, since every use after it comes later still.
+    const auto& appStates = query.GetAppStates();
+    const auto& screenStates = query.GetScreenStates();
+    const bool filtered = !appStates.empty() || !screenStates.empty();
+    for (size_t l = 0; l < lists.size(); ++l) {
+        const auto& details = *lists[l].details;
+        const size_t list = l + 1;
+        const auto passes = [&](size_t d) { return !filtered || PassesStateFilters(appStates, screenStates, details[d]); };
+        if (filtered) {
             for (size_t d = 0; d < details.size(); ++d) {
-                if (!filtered || PassesStateFilters(appStates, screenStates, details[d])) {
-                    selection.Offer(details[d].timestamp, static_cast<uint32_t>(b), static_cast<uint32_t>(p),
-                        static_cast<uint32_t>(d));
+                countBefore += passes(d) ? 1 : 0;
+            }
+        } else {
+            countBefore += details.size();
+        }
+        if (!IsOldestFirst(details)) {
+            for (size_t d = 0; d < details.size(); ++d) {
+                if (passes(d)) {
+                    selection.Offer(details[d].timestamp, PlaceOf(list, d));
+                }
+            }
+        } else if (oldestFirst) {
+            for (size_t d = 0; d < details.size(); ++d) {
+                if (passes(d) && !selection.Offer(details[d].timestamp, PlaceOf(list, d))) {
+                    break;
+                }
+            }
+        } else {
+            for (size_t d = details.size(); d > 0; --d) {
+                if (passes(d - 1) && !selection.Offer(details[d - 1].timestamp, PlaceOf(list, d - 1))) {
+                    break;
                 }
             }
         }
     }
-    const size_t countBefore = static_cast<size_t>(selection.Offered());
-    const std::vector<TimelineCandidate> kept = selection.TakeInOrder();
 
+    const std::vector<TimelineCandidate> kept = selection.TakeInOrder();
     std::vector<PermissionUsageRecord> selected(kept.size());
-    std::optional<PermissionOperationGroup> group;
-    const PermissionUsedRecord* groupOf = nullptr;
     for (size_t i = 0; i < kept.size(); ++i) {
-        const TimelineCandidate& candidate = kept[i];
-        if (candidate.bundle == FROM_RECORDS) {
-            selected[i] = std::move(records[candidate.detail]);
+        const size_t list = static_cast<size_t>(kept[i].place >> 32);
+        const size_t index = static_cast<size_t>(kept[i].place & 0xFFFFFFFFU);
+        if (list == 0) {
+            selected[i] = std::move(records[index]);
             continue;
         }
-        const BundleUsedRecord& bundleRecord = bundleRecords[candidate.bundle];
-        const PermissionUsedRecord& permissionRecord = bundleRecord.permissionRecords[candidate.permission];
-        if (groupOf != &permissionRecord) {
-            groupOf = &permissionRecord;
-            group = PermissionOperationGroupMapping::GetPermissionOperationGroupByPermission(
-                permissionRecord.permissionName);
-        }
-        const UsedRecordDetail& detail =
-            (rejected ? permissionRecord.rejectRecords : permissionRecord.accessRecords)[candidate.detail];
-        FillTimelineRecord(selected[i], bundleRecord.bundleName, uids[candidate.bundle],
-            GetEnumNameWithUsedTypeSuffix(*group, detail.type), operationMode, detail);
+        const TimelineList& from = lists[list - 1];
+        const UsedRecordDetail& detail = (*from.details)[index];
+        FillTimelineRecord(selected[i], from.bundleRecord->bundleName, from.uid,
+            GetEnumNameWithUsedTypeSuffix(from.group, detail.type), operationMode, detail);
     }
     records.swap(selected);
     QZ_LOGI("limit=%s, before=%s, after=%s", std::to_string(kept.size()).c_str(), std::to_string(countBefore).c_str(),

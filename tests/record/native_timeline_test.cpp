@@ -279,6 +279,21 @@ TEST_F(NativeTimelineTest, ChoosingFirstAnswersAsTheFullBuild)
         const std::string kept = std::to_string(expected.size());
         EXPECT_EQ(log.Count(LOG_INFO, "limit=" + kept + ", before=" + std::to_string(full.size()) + ", after=" + kept),
             1U);
+
+        // An answer whose details are not in time order is chosen from as well, to the same result.
+        for (auto& bundle : answer.bundleRecords) {
+            for (auto& permission : bundle.permissionRecords) {
+                std::shuffle(permission.accessRecords.begin(), permission.accessRecords.end(), random);
+                std::shuffle(permission.rejectRecords.begin(), permission.rejectRecords.end(), random);
+            }
+        }
+        full = before;
+        for (const auto& bundle : answer.bundleRecords) {
+            manager.AssembleTimelinePermissionUsageRecords(query, bundle, full);
+        }
+        records = before;
+        manager.SortAndLimit(query, answer.bundleRecords, records);
+        ASSERT_EQ(Tuples(records), FullSortAndCut(full, limit, order));
     }
 }
 
