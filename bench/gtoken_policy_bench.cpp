@@ -1,14 +1,29 @@
-// AddPolicy of 10,000 bundles' policies (two each, none of them "malicious-app", so app control
-// stays out of it), against the floor of a plain SQLite batch insert of the same 20,000 rows in one
-// transaction, on a file with the same settings, in the same run.
+// The GToken policy store against what SQLite itself needs for the same work, on a file with the
+// same settings (WAL, synchronous=NORMAL, 4 KiB pages), in the same run. No policy is
+// "malicious-app", so app control stays out of it.
 //
-// BM_AddPolicyNewBundles adds to an empty table; BM_AddPolicyReplacingBundles adds over the same
-// bundles' previous rows, the store's common case (every old row is deleted first, in the same
-// transaction). Both include the look-up of the bundles' old "malicious-app" rows.
+//   BM_AddPolicyNewBundles        AddPolicy of 10,000 bundles (two policies each) into an empty table
+//   BM_AddPolicyReplacingBundles  the same over the same bundles' previous rows (the common case: the
+//                                 old rows are deleted first, in the same transaction); both include
+//                                 the look-up of the bundles' old "malicious-app" rows
+//   BM_SqliteBatchInsertFloor     floor of both: one prepared insert of the same 20,000 rows in one
+//                                 transaction
+//   BM_RemovePolicy/N             RemovePolicy of N bundles (two rows each)
+//   BM_SqliteDeleteFloor/N        floor: one prepared delete per bundle, in one transaction
+//   BM_GetPolicyIdle              GetPolicy of one bundle with nothing else running
+//   BM_GetPolicyBesideWriter      the same while another thread adds 1,000 bundles over and over:
+//                                 reads run on their own connections and never wait for a writer
+//
+// After the table the program prints each measurement as a multiple of its floor (wall time: the
+// work waits for the file as well as for the processor).
 
+#include <atomic>
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <map>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <benchmark/benchmark.h>
@@ -48,11 +63,11 @@ private:
     std::string path_;
 };
 
-std::vector<GTokenInfo> MakeInfos()
+std::vector<GTokenInfo> MakeInfos(int bundles = BUNDLES)
 {
     std::vector<GTokenInfo> infos;
-    infos.reserve(BUNDLES);
-    for (int i = 0; i < BUNDLES; ++i) {
+    infos.reserve(bundles);
+    for (int i = 0; i < bundles; ++i) {
         infos.emplace_back("com.example.bundle" + std::to_string(i), "fp" + std::to_string(i * 7919), i % 50,
             std::vector<OHOS::AppSecurityPrivacy::SecurityPrivacyServer::GTokenPolicy>{
                 {"permission-guard", i % 2}, {"network-guard", (i + 1) % 2}});
@@ -107,7 +122,7 @@ void BM_AddPolicyNewBundles(benchmark::State& state)
     }
     state.SetItemsProcessed(state.iterations() * BUNDLES * POLICIES_PER_BUNDLE);
 }
-BENCHMARK(BM_AddPolicyNewBundles)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_AddPolicyNewBundles)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 void BM_AddPolicyReplacingBundles(benchmark::State& state)
 {
@@ -125,64 +140,222 @@ void BM_AddPolicyReplacingBundles(benchmark::State& state)
     }
     state.SetItemsProcessed(state.iterations() * BUNDLES * POLICIES_PER_BUNDLE);
 }
-BENCHMARK(BM_AddPolicyReplacingBundles)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_AddPolicyReplacingBundles)->Unit(benchmark::kMillisecond)->UseRealTime();
 
-// The floor: what SQLite itself needs for the same rows on the same kind of file, one prepared
-// statement in one transaction.
-void BM_SqliteBatchInsertFloor(benchmark::State& state)
-{
-    BenchDir dir;
-    sqlite3* db = nullptr;
-    if (sqlite3_open((dir.Path() + "/floor.db").c_str(), &db) != SQLITE_OK) {
-        sqlite3_close(db);
-        state.SkipWithError("cannot open the file");
-        return;
+// A plain SQLite connection on a fresh file with the store's settings and table: the floors' file.
+class PlainFile {
+public:
+    PlainFile()
+    {
+        if (sqlite3_open((dir_.Path() + "/floor.db").c_str(), &db_) != SQLITE_OK) {
+            sqlite3_close(db_);
+            db_ = nullptr;
+            return;
+        }
+        sqlite3_exec(db_, "PRAGMA page_size = 4096", nullptr, nullptr, nullptr);
+        sqlite3_exec(db_, "PRAGMA journal_mode = WAL", nullptr, nullptr, nullptr);
+        sqlite3_exec(db_, "PRAGMA synchronous = NORMAL", nullptr, nullptr, nullptr);
+        sqlite3_exec(db_, "PRAGMA journal_size_limit = 1048576", nullptr, nullptr, nullptr);
+        sqlite3_exec(db_,
+            "CREATE TABLE IF NOT EXISTS gtoken_policy(bundle_name TEXT NOT NULL,finger_print TEXT NOT NULL,"
+            "version_code INTEGER NOT NULL,policy_name TEXT NOT NULL,policy_value INTEGER NOT NULL,"
+            "PRIMARY KEY (bundle_name,policy_name))",
+            nullptr, nullptr, nullptr);
+        sqlite3_prepare_v2(db_,
+            "INSERT INTO gtoken_policy(bundle_name,finger_print,version_code,policy_name,policy_value) "
+            "VALUES (?,?,?,?,?)",
+            -1, &insert_, nullptr);
+        sqlite3_prepare_v2(db_, "DELETE FROM gtoken_policy WHERE bundle_name = ?", -1, &delete_, nullptr);
     }
-    sqlite3_exec(db, "PRAGMA page_size = 4096", nullptr, nullptr, nullptr);
-    sqlite3_exec(db, "PRAGMA journal_mode = WAL", nullptr, nullptr, nullptr);
-    sqlite3_exec(db, "PRAGMA journal_size_limit = 1048576", nullptr, nullptr, nullptr);
-    sqlite3_exec(db,
-        "CREATE TABLE IF NOT EXISTS gtoken_policy(bundle_name TEXT NOT NULL,finger_print TEXT NOT NULL,"
-        "version_code INTEGER NOT NULL,policy_name TEXT NOT NULL,policy_value INTEGER NOT NULL,"
-        "PRIMARY KEY (bundle_name,policy_name))",
-        nullptr, nullptr, nullptr);
-    sqlite3_stmt* insert = nullptr;
-    sqlite3_prepare_v2(db,
-        "INSERT INTO gtoken_policy(bundle_name,finger_print,version_code,policy_name,policy_value) "
-        "VALUES (?,?,?,?,?)",
-        -1, &insert, nullptr);
-    const std::vector<GTokenInfo> infos = MakeInfos();
-    for (auto _ : state) {
-        state.PauseTiming();
-        sqlite3_exec(db, "DELETE FROM gtoken_policy", nullptr, nullptr, nullptr);
-        state.ResumeTiming();
-        sqlite3_exec(db, "BEGIN", nullptr, nullptr, nullptr);
+    ~PlainFile()
+    {
+        sqlite3_finalize(insert_);
+        sqlite3_finalize(delete_);
+        sqlite3_close(db_);
+    }
+    PlainFile(const PlainFile&) = delete;
+    PlainFile& operator=(const PlainFile&) = delete;
+
+    bool Ready() const { return db_ != nullptr && insert_ != nullptr && delete_ != nullptr; }
+
+    // Every policy of the infos as a row, in one transaction.
+    bool InsertAll(const std::vector<GTokenInfo>& infos)
+    {
+        sqlite3_exec(db_, "BEGIN", nullptr, nullptr, nullptr);
         bool ok = true;
         for (const auto& info : infos) {
             for (const auto& policy : info.policies) {
                 sqlite3_bind_text(
-                    insert, 1, info.bundleName.c_str(), static_cast<int>(info.bundleName.size()), SQLITE_STATIC);
+                    insert_, 1, info.bundleName.c_str(), static_cast<int>(info.bundleName.size()), SQLITE_STATIC);
                 sqlite3_bind_text(
-                    insert, 2, info.fingerPrint.c_str(), static_cast<int>(info.fingerPrint.size()), SQLITE_STATIC);
-                sqlite3_bind_int(insert, 3, info.versionCode);
+                    insert_, 2, info.fingerPrint.c_str(), static_cast<int>(info.fingerPrint.size()), SQLITE_STATIC);
+                sqlite3_bind_int(insert_, 3, info.versionCode);
                 sqlite3_bind_text(
-                    insert, 4, policy.policyName.c_str(), static_cast<int>(policy.policyName.size()), SQLITE_STATIC);
-                sqlite3_bind_int(insert, 5, policy.policyValue);
-                ok = ok && sqlite3_step(insert) == SQLITE_DONE;
-                sqlite3_reset(insert);
+                    insert_, 4, policy.policyName.c_str(), static_cast<int>(policy.policyName.size()), SQLITE_STATIC);
+                sqlite3_bind_int(insert_, 5, policy.policyValue);
+                ok = ok && sqlite3_step(insert_) == SQLITE_DONE;
+                sqlite3_reset(insert_);
             }
         }
-        ok = sqlite3_exec(db, "COMMIT", nullptr, nullptr, nullptr) == SQLITE_OK && ok;
-        if (!ok) {
+        return sqlite3_exec(db_, "COMMIT", nullptr, nullptr, nullptr) == SQLITE_OK && ok;
+    }
+
+    // The rows of each bundle deleted one bundle after the other, in one transaction.
+    bool DeleteEach(const std::vector<std::string>& names)
+    {
+        sqlite3_exec(db_, "BEGIN", nullptr, nullptr, nullptr);
+        bool ok = true;
+        for (const auto& name : names) {
+            sqlite3_bind_text(delete_, 1, name.c_str(), static_cast<int>(name.size()), SQLITE_STATIC);
+            ok = ok && sqlite3_step(delete_) == SQLITE_DONE;
+            sqlite3_reset(delete_);
+        }
+        return sqlite3_exec(db_, "COMMIT", nullptr, nullptr, nullptr) == SQLITE_OK && ok;
+    }
+
+    void Clear() { sqlite3_exec(db_, "DELETE FROM gtoken_policy", nullptr, nullptr, nullptr); }
+
+private:
+    BenchDir dir_;
+    sqlite3* db_ = nullptr;
+    sqlite3_stmt* insert_ = nullptr;
+    sqlite3_stmt* delete_ = nullptr;
+};
+
+void BM_SqliteBatchInsertFloor(benchmark::State& state)
+{
+    PlainFile file;
+    if (!file.Ready()) {
+        state.SkipWithError("cannot open the file");
+        return;
+    }
+    const std::vector<GTokenInfo> infos = MakeInfos();
+    for (auto _ : state) {
+        state.PauseTiming();
+        file.Clear();
+        state.ResumeTiming();
+        if (!file.InsertAll(infos)) {
             state.SkipWithError("insert failed");
             break;
         }
     }
-    sqlite3_finalize(insert);
-    sqlite3_close(db);
     state.SetItemsProcessed(state.iterations() * BUNDLES * POLICIES_PER_BUNDLE);
 }
-BENCHMARK(BM_SqliteBatchInsertFloor)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_SqliteBatchInsertFloor)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+void BM_RemovePolicy(benchmark::State& state)
+{
+    ServiceOnFreshRoot fixture;
+    const std::vector<GTokenInfo> infos = MakeInfos(static_cast<int>(state.range(0)));
+    const std::vector<std::string> names = ServiceOnFreshRoot::Names(infos);
+    for (auto _ : state) {
+        state.PauseTiming();
+        const bool added = fixture.Service().AddPolicy(infos);
+        state.ResumeTiming();
+        if (!added || !fixture.Service().RemovePolicy(names)) {
+            state.SkipWithError("AddPolicy or RemovePolicy failed");
+            return;
+        }
+    }
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+BENCHMARK(BM_RemovePolicy)->Arg(1)->Arg(10)->Arg(100)->Arg(1000)->Arg(10000)->UseRealTime();
+
+void BM_SqliteDeleteFloor(benchmark::State& state)
+{
+    PlainFile file;
+    if (!file.Ready()) {
+        state.SkipWithError("cannot open the file");
+        return;
+    }
+    const std::vector<GTokenInfo> infos = MakeInfos(static_cast<int>(state.range(0)));
+    const std::vector<std::string> names = ServiceOnFreshRoot::Names(infos);
+    for (auto _ : state) {
+        state.PauseTiming();
+        const bool added = file.InsertAll(infos);
+        state.ResumeTiming();
+        if (!added || !file.DeleteEach(names)) {
+            state.SkipWithError("insert or delete failed");
+            return;
+        }
+    }
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+BENCHMARK(BM_SqliteDeleteFloor)->Arg(1)->Arg(10)->Arg(100)->Arg(1000)->Arg(10000)->UseRealTime();
+
+// GetPolicy of one bundle out of 1,000; with `writer`, another thread replaces all 1,000 bundles'
+// rows over and over meanwhile, each time in one long write transaction.
+void RunGetPolicy(benchmark::State& state, bool writer)
+{
+    ServiceOnFreshRoot fixture;
+    const std::vector<GTokenInfo> infos = MakeInfos(1000);
+    if (!fixture.Service().AddPolicy(infos)) {
+        state.SkipWithError("AddPolicy failed");
+        return;
+    }
+    std::atomic<bool> stop{false};
+    std::atomic<int64_t> writes{0};
+    std::thread writing;
+    if (writer) {
+        writing = std::thread([&] {
+            while (!stop.load()) {
+                writes += fixture.Service().AddPolicy(infos) ? 1 : 0;
+            }
+        });
+    }
+    const std::vector<std::string> one = {infos[500].bundleName};
+    for (auto _ : state) {
+        const auto answer = fixture.Service().GetPolicy("network-guard", one);
+        if (answer.ret != 0 || answer.results.size() != 1) {
+            state.SkipWithError("GetPolicy did not answer the row");
+            break;
+        }
+    }
+    stop = true;
+    if (writing.joinable()) {
+        writing.join();
+    }
+    state.counters["writes"] = static_cast<double>(writes.load());
+}
+
+void BM_GetPolicyIdle(benchmark::State& state)
+{
+    RunGetPolicy(state, false);
+}
+BENCHMARK(BM_GetPolicyIdle)->Unit(benchmark::kMicrosecond)->UseRealTime();
+
+void BM_GetPolicyBesideWriter(benchmark::State& state)
+{
+    RunGetPolicy(state, true);
+}
+BENCHMARK(BM_GetPolicyBesideWriter)->Unit(benchmark::kMicrosecond)->UseRealTime();
+
+// Shows the table as usual and remembers each benchmark's wall time per iteration.
+class RatioReporter : public benchmark::ConsoleReporter {
+public:
+    void ReportRuns(const std::vector<Run>& runs) override
+    {
+        ConsoleReporter::ReportRuns(runs);
+        for (const auto& run : runs) {
+            if (run.run_type == Run::RT_Iteration && !run.error_occurred) {
+                times_[run.benchmark_name()] = run.GetAdjustedRealTime();
+            }
+        }
+    }
+
+    void PrintRatio(const std::string& name, const std::string& floor) const
+    {
+        auto measured = times_.find(name);
+        auto base = times_.find(floor);
+        if (measured == times_.end() || base == times_.end() || base->second <= 0) {
+            return;
+        }
+        std::printf("%-44s %8.2f x %s\n", name.c_str(), measured->second / base->second, floor.c_str());
+    }
+
+private:
+    std::map<std::string, double> times_;
+};
 
 }  // namespace
 
@@ -194,7 +367,16 @@ int main(int argc, char** argv)
     if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
         return 1;
     }
-    benchmark::RunSpecifiedBenchmarks();
+    RatioReporter reporter;
+    benchmark::RunSpecifiedBenchmarks(&reporter);
+    std::printf("\nWall times as multiples of their floor, same run:\n");
+    reporter.PrintRatio("BM_AddPolicyNewBundles/real_time", "BM_SqliteBatchInsertFloor/real_time");
+    reporter.PrintRatio("BM_AddPolicyReplacingBundles/real_time", "BM_SqliteBatchInsertFloor/real_time");
+    for (const char* n : {"1", "10", "100", "1000", "10000"}) {
+        reporter.PrintRatio(std::string("BM_RemovePolicy/") + n + "/real_time",
+            std::string("BM_SqliteDeleteFloor/") + n + "/real_time");
+    }
+    reporter.PrintRatio("BM_GetPolicyBesideWriter/real_time", "BM_GetPolicyIdle/real_time");
     benchmark::Shutdown();
     return 0;
 }

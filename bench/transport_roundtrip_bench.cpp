@@ -1,12 +1,22 @@
-// The floor of every IPC figure: a request that does nothing, carried through the host's socket
-// transport and its IPC thread pool and answered. The load generator and the service benchmarks
-// state their figures as ratios to this one, measured in the same run.
+// A request that does nothing, carried through the host's socket transport and its IPC thread pool
+// and answered, against the physical floor of any such request: a plain AF_UNIX stream ping-pong of
+// a few bytes between two threads (one write and one read each way), measured in the same run.
 //
 //   build/release/bench/transport_roundtrip_bench
+//   taskset -c 0 build/release/bench/transport_roundtrip_bench   (one CPU: no core to spin on)
+//
+// After the table the program prints the transport's no-op as a multiple of the ping-pong.
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <map>
 #include <memory>
 #include <string>
+#include <thread>
 
 #include <benchmark/benchmark.h>
 
@@ -121,6 +131,92 @@ void BM_EchoRoundTrip(benchmark::State& state)
 }
 BENCHMARK(BM_EchoRoundTrip)->RangeMultiplier(16)->Range(64, 1 << 20)->UseRealTime();
 
+// The physical floor: 16 bytes sent to a thread that sends them back, over a connected AF_UNIX
+// stream pair. One write and one read on each side per round trip; nothing is parsed.
+void BM_PhysicalPingPong(benchmark::State& state)
+{
+    int fds[2] = {-1, -1};
+    if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, fds) != 0) {
+        state.SkipWithError("no socket pair");
+        return;
+    }
+    constexpr size_t BYTES = 16;
+    std::thread echo([fd = fds[1]] {
+        char buffer[BYTES];
+        for (;;) {
+            ssize_t got = read(fd, buffer, sizeof(buffer));
+            if (got < 0 && errno == EINTR) {
+                continue;
+            }
+            if (got <= 0 || write(fd, buffer, static_cast<size_t>(got)) != got) {
+                return;
+            }
+        }
+    });
+    char buffer[BYTES] = "ping";
+    for (auto _ : state) {
+        size_t received = 0;
+        if (write(fds[0], buffer, BYTES) != static_cast<ssize_t>(BYTES)) {
+            state.SkipWithError("write failed");
+            break;
+        }
+        while (received < BYTES) {
+            const ssize_t got = read(fds[0], buffer + received, BYTES - received);
+            if (got <= 0 && errno != EINTR) {
+                state.SkipWithError("read failed");
+                break;
+            }
+            received += got > 0 ? static_cast<size_t>(got) : 0;
+        }
+    }
+    shutdown(fds[0], SHUT_RDWR);
+    echo.join();
+    close(fds[0]);
+    close(fds[1]);
+    state.SetItemsProcessed(state.iterations());
+}
+BENCHMARK(BM_PhysicalPingPong)->UseRealTime();
+
+// Shows the table as usual and remembers each benchmark's wall time per iteration.
+class RatioReporter : public benchmark::ConsoleReporter {
+public:
+    void ReportRuns(const std::vector<Run>& runs) override
+    {
+        ConsoleReporter::ReportRuns(runs);
+        for (const auto& run : runs) {
+            if (run.run_type == Run::RT_Iteration && !run.error_occurred) {
+                times_[run.benchmark_name()] = run.GetAdjustedRealTime();
+            }
+        }
+    }
+
+    void PrintRatio(const std::string& name, const std::string& floor) const
+    {
+        auto measured = times_.find(name);
+        auto base = times_.find(floor);
+        if (measured == times_.end() || base == times_.end() || base->second <= 0) {
+            return;
+        }
+        std::printf("%-42s %8.2f x %s\n", name.c_str(), measured->second / base->second, floor.c_str());
+    }
+
+private:
+    std::map<std::string, double> times_;
+};
+
 }  // namespace
 
-BENCHMARK_MAIN();
+int main(int argc, char** argv)
+{
+    benchmark::Initialize(&argc, argv);
+    if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
+        return 1;
+    }
+    RatioReporter reporter;
+    benchmark::RunSpecifiedBenchmarks(&reporter);
+    std::printf("\nWall time per round trip as a multiple of the physical ping-pong, same run:\n");
+    reporter.PrintRatio("BM_NoopRoundTrip/real_time/threads:1", "BM_PhysicalPingPong/real_time");
+    reporter.PrintRatio("BM_EchoRoundTrip/64/real_time", "BM_PhysicalPingPong/real_time");
+    benchmark::Shutdown();
+    return 0;
+}

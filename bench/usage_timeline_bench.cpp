@@ -1,23 +1,23 @@
-// A usage timeline over 1,000,000 platform records, which answers its newest 500, against the floor
-// of one pass over the same records, measured in the same run.
+// A usage timeline that answers its newest 500 uses out of N (10,000, 100,000 and 1,000,000)
+// platform records, against the floor of one pass over the same records, measured in the same run.
 //
-// Two views, both over the same million uses (20 apps of user 100, 5 permissions each, recorded in
-// time order as a device records them, a quarter of them by picker or security component):
+// The device holds a million uses (20 apps of user 100, 5 permissions each, recorded in time order
+// as a device records them, a quarter of them by picker or security component); a query's time
+// range picks the first N of them.
 //
 // - end to end: Record::Ohos::PermissionRecordManager::GetPermissionUsageTimeline with the uses
 //   fed through the host's record provisioning (PrivacyRecordService::AddRecords). Its floor is
 //   the platform's own detail query for the same request (PrivacyKit::GetPermissionUsedRecords),
-//   the one pass over the records that the timeline cannot do without.
+//   which the timeline cannot do without.
 // - assembly: the timeline's own work on the platform's answer, prepared once (the
-//   BundleUsedRecord set): the reservation GetPermissionUsageTimeline makes, the records assembled
-//   bundle by bundle, SortAndLimit. Its floor is one pass that reads every detail of the set. A
-//   variant that sorts every record before cutting shows what the partial selection saves.
+//   BundleUsedRecord set): the kept uses chosen on their timestamps, then only those made records
+//   (SortAndLimit over the bundle records, as GetPermissionUsageTimeline runs it). Its floor is one
+//   pass that reads every detail of the set. The full build (a record made of every use, then
+//   SortAndLimit) shows what choosing first saves.
 //
 // After the table the program prints each measurement as a multiple of its floor, in CPU time of
 // the benchmark's thread (the work is single-threaded; wall time on a shared machine also counts
-// other processes). The remaining cost of the assembly over its floor is the making of one
-// PermissionUsageRecord per use (a million objects with two strings each, about 130 MB) before
-// the cut, which the assembly's contract asks for; the selection itself is linear.
+// other processes).
 
 #include <algorithm>
 #include <cstdint>
@@ -45,14 +45,22 @@ using NativeManager = OHOS::AppSecurityPrivacy::SecurityPrivacyServer::Record::O
 
 constexpr int APPS = 20;
 constexpr int64_t USES = 1000000;
+constexpr int64_t FIRST_USE = 1700000000000;
+constexpr int64_t USE_INTERVAL_MS = 10;
+const std::vector<int64_t> SIZES = {10000, 100000, USES};
 const std::vector<std::string> PERMISSIONS = {"ohos.permission.CAMERA", "ohos.permission.MICROPHONE",
     "ohos.permission.LOCATION", "ohos.permission.READ_CALENDAR", "ohos.permission.READ_CONTACTS"};
 
-struct Device {
-    bool ready = false;
+// One query over the first `uses` uses: the query, its platform request and the platform's answer.
+struct Slice {
     PermissionUsageRecordQuery query;
     PermissionUsedRequest request;
     PermissionUsedResult answer;
+};
+
+struct Device {
+    bool ready = false;
+    std::map<int64_t, Slice> slices;
 };
 
 // Installs the apps, records the uses and prepares the platform's answer, once per process.
@@ -81,7 +89,7 @@ const Device& GetDevice()
             auto& use = uses[static_cast<size_t>(i)];
             use.tokenId = tokens[(mix >> 8) % APPS];
             use.permissionName = PERMISSIONS[(mix >> 16) % PERMISSIONS.size()];
-            use.timestamp = 1700000000000 + i * 10;
+            use.timestamp = FIRST_USE + i * USE_INTERVAL_MS;
             use.status = 1 + static_cast<int32_t>((mix >> 20) % 2);
             use.lockScreenStatus = 1 + static_cast<int32_t>((mix >> 21) % 2);
             const uint32_t kind = (mix >> 22) % 8;
@@ -91,17 +99,20 @@ const Device& GetDevice()
         if (Host::PrivacyRecordService::GetInstance().AddRecords(uses) != 0) {
             return made;
         }
-        made.query.SetUserIds({100});
-        made.query.SetOperationModes({0});
-        made.query.SetBeginTimestamp(0);
-        made.query.SetEndTimestamp(1800000000000);
-        made.query.SetLimit(0);  // the most: 500
-        if (NativeManager::GetInstance().TranslateQueryToPermissionUsedRequest(made.query, made.request) != 0) {
-            return made;
-        }
-        made.request.flag = FLAG_PERMISSION_USAGE_DETAIL;
-        if (PrivacyKit::GetPermissionUsedRecords(made.request, made.answer) != 0) {
-            return made;
+        for (int64_t size : SIZES) {
+            Slice& slice = made.slices[size];
+            slice.query.SetUserIds({100});
+            slice.query.SetOperationModes({0});
+            slice.query.SetBeginTimestamp(0);
+            slice.query.SetEndTimestamp(FIRST_USE + size * USE_INTERVAL_MS);
+            slice.query.SetLimit(0);  // the most: 500
+            if (NativeManager::GetInstance().TranslateQueryToPermissionUsedRequest(slice.query, slice.request) != 0) {
+                return made;
+            }
+            slice.request.flag = FLAG_PERMISSION_USAGE_DETAIL;
+            if (PrivacyKit::GetPermissionUsedRecords(slice.request, slice.answer) != 0) {
+                return made;
+            }
         }
         made.ready = true;
         return made;
@@ -120,55 +131,63 @@ size_t CountDetails(const PermissionUsedResult& answer)
     return details;
 }
 
-void BM_EndToEndFloor_PlatformQuery(benchmark::State& state)
+// The device's slice for the benchmark's argument; null (and the benchmark skipped) when the device
+// could not be prepared.
+const Slice* SliceOf(benchmark::State& state)
 {
     const Device& device = GetDevice();
-    if (!device.ready) {
+    auto it = device.slices.find(state.range(0));
+    if (!device.ready || it == device.slices.end() || CountDetails(it->second.answer) != static_cast<size_t>(state.range(0))) {
         state.SkipWithError("the device could not be prepared");
+        return nullptr;
+    }
+    return &it->second;
+}
+
+void BM_EndToEndFloor_PlatformQuery(benchmark::State& state)
+{
+    const Slice* slice = SliceOf(state);
+    if (slice == nullptr) {
         return;
     }
     for (auto _ : state) {
         PermissionUsedResult result;
-        if (PrivacyKit::GetPermissionUsedRecords(device.request, result) != 0) {
+        if (PrivacyKit::GetPermissionUsedRecords(slice->request, result) != 0) {
             state.SkipWithError("the platform refused the query");
             return;
         }
         benchmark::DoNotOptimize(result.bundleRecords.data());
     }
-    state.SetItemsProcessed(state.iterations() * USES);
+    state.SetItemsProcessed(state.iterations() * state.range(0));
 }
-BENCHMARK(BM_EndToEndFloor_PlatformQuery)->Unit(benchmark::kMillisecond);
 
 void BM_EndToEnd_Timeline(benchmark::State& state)
 {
-    const Device& device = GetDevice();
-    if (!device.ready) {
-        state.SkipWithError("the device could not be prepared");
+    const Slice* slice = SliceOf(state);
+    if (slice == nullptr) {
         return;
     }
     for (auto _ : state) {
         std::vector<PermissionUsageRecord> records;
-        if (NativeManager::GetInstance().GetPermissionUsageTimeline(device.query, records) != 0 ||
+        if (NativeManager::GetInstance().GetPermissionUsageTimeline(slice->query, records) != 0 ||
             records.size() != 500) {
             state.SkipWithError("the timeline did not answer 500 records");
             return;
         }
         benchmark::DoNotOptimize(records.data());
     }
-    state.SetItemsProcessed(state.iterations() * USES);
+    state.SetItemsProcessed(state.iterations() * state.range(0));
 }
-BENCHMARK(BM_EndToEnd_Timeline)->Unit(benchmark::kMillisecond);
 
 void BM_AssemblyFloor_OnePass(benchmark::State& state)
 {
-    const Device& device = GetDevice();
-    if (!device.ready) {
-        state.SkipWithError("the device could not be prepared");
+    const Slice* slice = SliceOf(state);
+    if (slice == nullptr) {
         return;
     }
     for (auto _ : state) {
         int64_t sum = 0;
-        for (const auto& bundle : device.answer.bundleRecords) {
+        for (const auto& bundle : slice->answer.bundleRecords) {
             for (const auto& permission : bundle.permissionRecords) {
                 for (const auto& detail : permission.accessRecords) {
                     sum += detail.timestamp + detail.count + detail.status + detail.lockScreenStatus + detail.type;
@@ -177,33 +196,27 @@ void BM_AssemblyFloor_OnePass(benchmark::State& state)
         }
         benchmark::DoNotOptimize(sum);
     }
-    state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(CountDetails(device.answer)));
+    state.SetItemsProcessed(state.iterations() * state.range(0));
 }
-BENCHMARK(BM_AssemblyFloor_OnePass)->Unit(benchmark::kMillisecond);
 
-// The assembly as GetPermissionUsageTimeline runs it; `fullSort` sorts everything before the cut.
-void RunAssembly(benchmark::State& state, bool fullSort)
+// The assembly as GetPermissionUsageTimeline runs it, or (`fullBuild`) with a record made of every
+// use before the cut.
+void RunAssembly(benchmark::State& state, bool fullBuild)
 {
-    const Device& device = GetDevice();
-    if (!device.ready) {
-        state.SkipWithError("the device could not be prepared");
+    const Slice* slice = SliceOf(state);
+    if (slice == nullptr) {
         return;
     }
     auto& manager = NativeManager::GetInstance();
-    const size_t details = CountDetails(device.answer);
     for (auto _ : state) {
         std::vector<PermissionUsageRecord> records;
-        records.reserve(details);
-        for (const auto& bundle : device.answer.bundleRecords) {
-            manager.AssembleTimelinePermissionUsageRecords(device.query, bundle, records);
-        }
-        if (fullSort) {
-            std::sort(records.begin(), records.end(), [](const auto& left, const auto& right) {
-                return left.GetBeginTimestamp() > right.GetBeginTimestamp();
-            });
-            records.resize(500);
+        if (fullBuild) {
+            for (const auto& bundle : slice->answer.bundleRecords) {
+                manager.AssembleTimelinePermissionUsageRecords(slice->query, bundle, records);
+            }
+            manager.SortAndLimit(slice->query, records);
         } else {
-            manager.SortAndLimit(device.query, records);
+            manager.SortAndLimit(slice->query, slice->answer.bundleRecords, records);
         }
         if (records.size() != 500) {
             state.SkipWithError("the assembly did not keep 500 records");
@@ -211,20 +224,34 @@ void RunAssembly(benchmark::State& state, bool fullSort)
         }
         benchmark::DoNotOptimize(records.data());
     }
-    state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(details));
+    state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 
 void BM_Assembly_Timeline(benchmark::State& state)
 {
     RunAssembly(state, false);
 }
-BENCHMARK(BM_Assembly_Timeline)->Unit(benchmark::kMillisecond);
 
-void BM_Assembly_TimelineWithFullSort(benchmark::State& state)
+void BM_Assembly_FullBuild(benchmark::State& state)
 {
     RunAssembly(state, true);
 }
-BENCHMARK(BM_Assembly_TimelineWithFullSort)->Unit(benchmark::kMillisecond);
+
+// Each measurement right after its floor, size by size, so that a pair shares the machine's mood.
+void RegisterAll()
+{
+    for (int64_t size : SIZES) {
+        benchmark::RegisterBenchmark("BM_EndToEndFloor_PlatformQuery", BM_EndToEndFloor_PlatformQuery)
+            ->Arg(size)
+            ->Unit(benchmark::kMillisecond);
+        benchmark::RegisterBenchmark("BM_EndToEnd_Timeline", BM_EndToEnd_Timeline)->Arg(size)->Unit(benchmark::kMillisecond);
+        benchmark::RegisterBenchmark("BM_AssemblyFloor_OnePass", BM_AssemblyFloor_OnePass)
+            ->Arg(size)
+            ->Unit(benchmark::kMillisecond);
+        benchmark::RegisterBenchmark("BM_Assembly_Timeline", BM_Assembly_Timeline)->Arg(size)->Unit(benchmark::kMillisecond);
+        benchmark::RegisterBenchmark("BM_Assembly_FullBuild", BM_Assembly_FullBuild)->Arg(size)->Unit(benchmark::kMillisecond);
+    }
+}
 
 // Shows the table as usual and remembers each benchmark's CPU time per iteration.
 class RatioReporter : public benchmark::ConsoleReporter {
@@ -234,19 +261,19 @@ public:
         ConsoleReporter::ReportRuns(runs);
         for (const auto& run : runs) {
             if (run.run_type == Run::RT_Iteration && !run.error_occurred) {
-                times_[run.run_name.function_name] = run.GetAdjustedCPUTime();
+                times_[run.benchmark_name()] = run.GetAdjustedCPUTime();
             }
         }
     }
 
-    void PrintRatio(const char* name, const char* floor) const
+    void PrintRatio(const std::string& name, const std::string& floor) const
     {
         auto measured = times_.find(name);
         auto base = times_.find(floor);
         if (measured == times_.end() || base == times_.end() || base->second <= 0) {
             return;
         }
-        std::printf("%-34s %8.2f x %s\n", name, measured->second / base->second, floor);
+        std::printf("%-40s %8.2f x %s\n", name.c_str(), measured->second / base->second, floor.c_str());
     }
 
 private:
@@ -263,13 +290,16 @@ int main(int argc, char** argv)
     }
     // Each timeline logs two info lines; printing them would be measured too.
     OHOS::HiviewDFX::Host::HiLogHost::SetStderrEnabled(false);
+    RegisterAll();
     RatioReporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);
-    std::printf("\nCPU times as multiples of the floor of one pass over the same %lld records:\n",
-        static_cast<long long>(USES));
-    reporter.PrintRatio("BM_EndToEnd_Timeline", "BM_EndToEndFloor_PlatformQuery");
-    reporter.PrintRatio("BM_Assembly_Timeline", "BM_AssemblyFloor_OnePass");
-    reporter.PrintRatio("BM_Assembly_TimelineWithFullSort", "BM_AssemblyFloor_OnePass");
+    std::printf("\nCPU times as multiples of their floor over the same records:\n");
+    for (int64_t size : SIZES) {
+        const std::string n = "/" + std::to_string(size);
+        reporter.PrintRatio("BM_EndToEnd_Timeline" + n, "BM_EndToEndFloor_PlatformQuery" + n);
+        reporter.PrintRatio("BM_Assembly_Timeline" + n, "BM_AssemblyFloor_OnePass" + n);
+        reporter.PrintRatio("BM_Assembly_FullBuild" + n, "BM_AssemblyFloor_OnePass" + n);
+    }
     benchmark::Shutdown();
     return 0;
 }

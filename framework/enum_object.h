@@ -14,6 +14,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <type_traits>
@@ -22,19 +23,30 @@
 
 namespace OHOS::AppSecurityPrivacy::SecurityPrivacyServer::Model {
 
+// The one stored copy of a value's name: values hold a pointer to it, so that copying a value, as
+// every listing does many times, copies no string. Names are kept for as long as the library that
+// made them is loaded; they are the vocabulary's own, a bounded few.
+inline const std::string* InternEnumName(const std::string& name)
+{
+    static std::mutex mutex;
+    static std::unordered_set<std::string> names;  // nodes: an element's address never changes
+    std::lock_guard<std::mutex> lock(mutex);
+    return &*names.insert(name).first;
+}
+
 template <typename Ordinal, typename T, bool NAME_LOOKUP, bool HASHABLE>
 class EnumObject {
 public:
     using OrdinalType = Ordinal;
 
-    EnumObject(const std::string& name, Ordinal ordinal) : name_(name), ordinal_(ordinal) {}
+    EnumObject(const std::string& name, Ordinal ordinal) : name_(InternEnumName(name)), ordinal_(ordinal) {}
     virtual ~EnumObject() = default;
     EnumObject(const EnumObject&) = default;
     EnumObject& operator=(const EnumObject&) = default;
     EnumObject(EnumObject&&) noexcept = default;
     EnumObject& operator=(EnumObject&&) noexcept = default;
 
-    const std::string& GetName() const { return name_; }
+    const std::string& GetName() const { return *name_; }
     Ordinal GetOrdinal() const { return ordinal_; }
 
     bool operator==(const EnumObject& other) const { return ordinal_ == other.ordinal_; }
@@ -62,7 +74,7 @@ public:
     };
 
 private:
-    std::string name_;
+    const std::string* name_;
     Ordinal ordinal_;
 };
 

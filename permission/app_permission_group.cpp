@@ -1,5 +1,8 @@
 #include "permission/app_permission_group.h"
 
+#include <algorithm>
+#include <utility>
+
 #include "framework/format_utils.h"
 #include "utils/qz_log.h"
 
@@ -10,39 +13,46 @@ const auto LOG_TAG = Util::QzLog::Tag::Create("permission");
 
 }  // namespace
 
-AppPermissionGroup::StatePack::StatePack(const PermissionGroupState& checkedState,
-    const std::vector<PermissionGroupState>& shownStates, const Model::EnumSet<PermissionGroupState>& disabledStates,
-    const DisabledReason& disabledReason, int64_t flags)
-    : checkedState_(checkedState),
-      shownStates_(shownStates),
-      disabledStates_(disabledStates),
-      disabledReason_(disabledReason),
+AppPermissionGroup::StatePack::StatePack(PermissionGroupState checkedState,
+    std::vector<PermissionGroupState> shownStates, Model::EnumSet<PermissionGroupState> disabledStates,
+    DisabledReason disabledReason, int64_t flags)
+    : checkedState_(std::move(checkedState)),
+      shownStates_(std::move(shownStates)),
+      disabledStates_(std::move(disabledStates)),
+      disabledReason_(std::move(disabledReason)),
       flags_(flags)
 {
 }
 
-std::optional<AppPermissionGroup::StatePack> AppPermissionGroup::StatePack::Create(
-    const PermissionGroupState& checkedState, const std::vector<PermissionGroupState>& shownStates,
-    const Model::EnumSet<PermissionGroupState>& disabledStates, const DisabledReason& disabledReason, int64_t flags)
+std::optional<AppPermissionGroup::StatePack> AppPermissionGroup::StatePack::Create(PermissionGroupState checkedState,
+    std::vector<PermissionGroupState> shownStates, Model::EnumSet<PermissionGroupState> disabledStates,
+    DisabledReason disabledReason, int64_t flags)
 {
-    const Model::EnumSet<PermissionGroupState> shownStatesSet(shownStates.begin(), shownStates.end());
-    if (shownStatesSet.empty()) {
+    // A handful of shown states: looked through in place; the set form is made for an error line only.
+    const auto isShown = [&shownStates](const PermissionGroupState& state) {
+        return std::find(shownStates.begin(), shownStates.end(), state) != shownStates.end();
+    };
+    const auto shownStatesSet = [&shownStates] {
+        return Util::FormatUtils::ToString(Model::EnumSet<PermissionGroupState>(shownStates.begin(), shownStates.end()));
+    };
+    if (shownStates.empty()) {
         QZ_LOGE("shownStatesSet is empty, please check.");
         return std::nullopt;
     }
-    if (shownStatesSet.count(checkedState) == 0) {
+    if (!isShown(checkedState)) {
         QZ_LOGE("checkedState=%s not in shownStatesSet=%s, please check.", checkedState.GetName().c_str(),
-            Util::FormatUtils::ToString(shownStatesSet).c_str());
+            shownStatesSet().c_str());
         return std::nullopt;
     }
     for (const auto& disabledState : disabledStates) {
-        if (shownStatesSet.count(disabledState) == 0) {
+        if (!isShown(disabledState)) {
             QZ_LOGE("disabledState=%s not in shownStatesSet=%s, please check.", disabledState.GetName().c_str(),
-                Util::FormatUtils::ToString(shownStatesSet).c_str());
+                shownStatesSet().c_str());
             return std::nullopt;
         }
     }
-    return StatePack(checkedState, shownStates, disabledStates, disabledReason, flags);
+    return StatePack(std::move(checkedState), std::move(shownStates), std::move(disabledStates),
+        std::move(disabledReason), flags);
 }
 
 std::string AppPermissionGroup::StatePack::ToString() const

@@ -24,17 +24,16 @@ public:
         static constexpr int64_t FLAG_USER_SET = 1 << 0;
         static constexpr int64_t FLAG_USER_FIXED = 1 << 1;
 
-        // Copies its arguments without checks; Create is the checked way to build a pack.
-        StatePack(const PermissionGroupState& checkedState, const std::vector<PermissionGroupState>& shownStates,
-            const Model::EnumSet<PermissionGroupState>& disabledStates, const DisabledReason& disabledReason,
-            int64_t flags);
+        // Takes its arguments without checks; Create is the checked way to build a pack. Both take
+        // their arguments by value, so that a caller done with them moves them in.
+        StatePack(PermissionGroupState checkedState, std::vector<PermissionGroupState> shownStates,
+            Model::EnumSet<PermissionGroupState> disabledStates, DisabledReason disabledReason, int64_t flags);
 
         // Refuses (empty result, one error line) a pack that shows no state, or whose checked state
         // or one of whose disabled states is not shown. A checked state that is disabled is fine.
-        static std::optional<StatePack> Create(const PermissionGroupState& checkedState,
-            const std::vector<PermissionGroupState>& shownStates,
-            const Model::EnumSet<PermissionGroupState>& disabledStates, const DisabledReason& disabledReason,
-            int64_t flags);
+        static std::optional<StatePack> Create(PermissionGroupState checkedState,
+            std::vector<PermissionGroupState> shownStates, Model::EnumSet<PermissionGroupState> disabledStates,
+            DisabledReason disabledReason, int64_t flags);
 
         PermissionGroupState GetCheckedState() const { return checkedState_; }
         // In the order the producer gave, duplicates kept.

@@ -22,6 +22,11 @@ class DisabledReason : public Model::EnumObject<DisabledReasonOrdinal, DisabledR
 public:
     DisabledReason(const std::string& name, DisabledReasonOrdinal ordinal) : EnumObject(name, ordinal) {}
     ~DisabledReason() override = default;
+    // Declared because the destructor is: values move (their names too) rather than copy.
+    DisabledReason(const DisabledReason&) = default;
+    DisabledReason& operator=(const DisabledReason&) = default;
+    DisabledReason(DisabledReason&&) noexcept = default;
+    DisabledReason& operator=(DisabledReason&&) noexcept = default;
 
     static const DisabledReason NONE;
     static const DisabledReason SYSTEM_OR_POLICY_FIXED;

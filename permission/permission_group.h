@@ -54,6 +54,11 @@ class PermissionGroup : public Model::EnumObject<PermissionGroupOrdinal, Permiss
 public:
     PermissionGroup(const std::string& name, PermissionGroupOrdinal ordinal) : EnumObject(name, ordinal) {}
     ~PermissionGroup() override = default;
+    // Declared because the destructor is: values move (their names too) rather than copy.
+    PermissionGroup(const PermissionGroup&) = default;
+    PermissionGroup& operator=(const PermissionGroup&) = default;
+    PermissionGroup(PermissionGroup&&) noexcept = default;
+    PermissionGroup& operator=(PermissionGroup&&) noexcept = default;
 
     static const PermissionGroup LOCATION;
     static const PermissionGroup PRECISE_LOCATION;

@@ -24,6 +24,11 @@ class PermissionGroupState : public Model::EnumObject<PermissionGroupStateOrdina
 public:
     PermissionGroupState(const std::string& name, PermissionGroupStateOrdinal ordinal) : EnumObject(name, ordinal) {}
     ~PermissionGroupState() override = default;
+    // Declared because the destructor is: values move (their names too) rather than copy.
+    PermissionGroupState(const PermissionGroupState&) = default;
+    PermissionGroupState& operator=(const PermissionGroupState&) = default;
+    PermissionGroupState(PermissionGroupState&&) noexcept = default;
+    PermissionGroupState& operator=(PermissionGroupState&&) noexcept = default;
 
     static const PermissionGroupState ALLOW;
     static const PermissionGroupState ALLOW_ALL_THE_TIME;

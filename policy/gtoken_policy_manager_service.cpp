@@ -28,6 +28,12 @@ constexpr int DATABASE_VERSION = 1;
 constexpr int JOURNAL_SIZE = 0x100000;
 constexpr int PAGE_SIZE = 4096;
 constexpr const char* ENCRYPT_ALGO = "sha256";
+// The durability the store promises: in WAL mode with NORMAL, a commit is in the log file (the
+// system's page cache) before AddPolicy or RemovePolicy acknowledges it, so an acknowledged change
+// survives a crash or a kill -9 of the daemon; the log reaches the disk at checkpoints, so a power
+// loss may take back the last acknowledged changes, and never leaves the file inconsistent. FULL
+// would sync the disk at every commit, which every other policy request then waits behind.
+constexpr const char* SYNC_MODE = "NORMAL";
 
 constexpr const char* COLUMN_BUNDLE_NAME = "bundle_name";
 constexpr const char* COLUMN_FINGER_PRINT = "finger_print";
@@ -63,6 +69,7 @@ void GTokenPolicyManagerService::Init()
         return;
     }
     dbTable_ = TABLE_NAME;
+    deleteBundleSql_ = std::string("DELETE FROM ") + TABLE_NAME + " WHERE " + COLUMN_BUNDLE_NAME + " = ?";
     dbPath_ = OHOS::Host::DataRoot::Resolve(DATABASE_DIR) + DATABASE_NAME;
 
     NativeRdb::RdbStoreConfig config(dbPath_);
@@ -73,6 +80,7 @@ void GTokenPolicyManagerService::Init()
     config.SetEncryptStatus(false);
     config.SetReadOnly(false);
     config.SetSecurityLevel(NativeRdb::SecurityLevel::S2);
+    config.SetSyncMode(SYNC_MODE);
 
     RdbStoreCallback callback;
     callback.AddCreateTableSql(CreateTable());
@@ -155,25 +163,30 @@ bool GTokenPolicyManagerService::ReplaceRows(
     const std::vector<std::string>& bundleNames, const std::vector<NativeRdb::ValuesBucket>& rows)
 {
     // One transaction, so that neither a failed insert nor a crash between the removal and the
-    // insert leaves a bundle without its policies.
+    // insert leaves a bundle without its policies. It holds the store's writer only for the SQL:
+    // what it has to say is logged once it is over.
     int ret = store_->BeginTransaction();
     if (ret != NativeRdb::E_OK) {
         QZ_LOGE("fail to begin transaction, ret=%{public}d", ret);
         return false;
     }
-    if (!RemovePolicy(bundleNames)) {
+    const DeleteOutcome removal = DeleteBundles(bundleNames);
+    if (removal.ret != NativeRdb::E_OK) {
         store_->RollBack();
+        ReportRemoval(removal);
         return false;
     }
     int64_t insertedRows = 0;
     ret = store_->BatchInsert(insertedRows, dbTable_, rows);
     if (ret != NativeRdb::E_OK) {
-        QZ_LOGE("fail to Insert, ret=%{public}d", ret);
         store_->RollBack();
+        ReportRemoval(removal);
+        QZ_LOGE("fail to Insert, ret=%{public}d", ret);
         return false;
     }
     // A failed commit ends the transaction as well: the store rolls it back.
     ret = store_->Commit();
+    ReportRemoval(removal);
     if (ret != NativeRdb::E_OK) {
         QZ_LOGE("fail to commit, ret=%{public}d", ret);
         return false;
@@ -430,15 +443,51 @@ bool GTokenPolicyManagerService::RemovePolicy(const std::vector<std::string>& bu
         QZ_LOGE("cannot find store when removing policy, ret=%{public}d", storeRet);
         return false;
     }
-    for (const auto& bundleName : bundleNames) {
-        NativeRdb::RdbPredicates predicates(dbTable_);
-        predicates.EqualTo(COLUMN_BUNDLE_NAME, bundleName);
-        int deletedRows = 0;
-        const int ret = store_->Delete(deletedRows, predicates);
-        if (ret != NativeRdb::E_OK) {
-            QZ_LOGE("failed to delete bundle=%{public}s, ret=%{public}d", bundleName.c_str(), ret);
-            return false;
+    if (bundleNames.empty()) {
+        return ReportRemoval(DeleteOutcome());
+    }
+    // Every bundle's deletion in one transaction: one commit (and one write of the log) instead of
+    // one per bundle. A failure keeps the bundles deleted before it, as deleting them one by one
+    // would: the transaction commits what it did before the failing bundle.
+    const int beginRet = store_->BeginTransaction();
+    if (beginRet != NativeRdb::E_OK) {
+        QZ_LOGE("fail to begin transaction, ret=%{public}d", beginRet);
+        return false;
+    }
+    const DeleteOutcome removal = DeleteBundles(bundleNames);
+    const int commitRet = store_->Commit();
+    if (!ReportRemoval(removal)) {
+        return false;
+    }
+    if (commitRet != NativeRdb::E_OK) {
+        QZ_LOGE("fail to commit, ret=%{public}d", commitRet);
+        return false;
+    }
+    return true;
+}
+
+GTokenPolicyManagerService::DeleteOutcome GTokenPolicyManagerService::DeleteBundles(
+    const std::vector<std::string>& bundleNames)
+{
+    DeleteOutcome outcome;
+    // One statement text for every bundle, so that the store compiles it once and reuses it.
+    std::vector<NativeRdb::ValueObject> bundle(1);
+    for (size_t i = 0; i < bundleNames.size(); ++i) {
+        bundle[0] = NativeRdb::ValueObject(bundleNames[i]);
+        outcome.ret = store_->ExecuteSql(deleteBundleSql_, bundle);
+        if (outcome.ret != NativeRdb::E_OK) {
+            outcome.failedBundle = &bundleNames[i];
+            return outcome;
         }
+    }
+    return outcome;
+}
+
+bool GTokenPolicyManagerService::ReportRemoval(const DeleteOutcome& removal)
+{
+    if (removal.ret != NativeRdb::E_OK) {
+        QZ_LOGE("failed to delete bundle=%{public}s, ret=%{public}d", removal.failedBundle->c_str(), removal.ret);
+        return false;
     }
     QZ_LOGI("end gtoken RemovePolicy");
     return true;
@@ -450,6 +499,7 @@ void GTokenPolicyManagerService::ResetForTest()
     storeError_ = NativeRdb::E_ERROR;
     dbTable_.clear();
     dbPath_.clear();
+    deleteBundleSql_.clear();
     std::lock_guard<std::mutex> lock(appControlMutex_);
     appControlProxy_ = nullptr;
 }

@@ -30,9 +30,15 @@ namespace OHOS::AppSecurityPrivacy::SecurityPrivacyServer {
 // life of the process. Without a store (the open failed) every operation answers the open's code
 // (see IsExistStore) and changes nothing.
 //
-// Threads: add, get and remove run on IPC threads at the same time; the store serialises its own
-// operations, and an add's removal and insert are one transaction of the store. Two adds of one
-// bundle are not serialised against each other beyond that.
+// Threads: add, get and remove run on IPC threads at the same time. The store serialises its
+// changes; an add's removal and insert are one transaction, a removal of many bundles another,
+// and no log line is written while one is open. Reads run on the store's reading connections, on
+// the last committed state, so they never wait for an add or a removal. Two adds of one bundle
+// are not serialised against each other beyond that.
+//
+// Durability: the store is in WAL mode with synchronous=NORMAL. An acknowledged add or removal
+// survives a crash or kill -9 of the daemon; a power loss may take back the last acknowledged
+// changes (the file stays consistent).
 class GTokenPolicyManagerService {
 public:
     static constexpr int32_t DISPOSED_USER_ID = 100;
@@ -64,8 +70,8 @@ public:
     // store's error, with no rows, when it cannot run the query at all: an add then stops rather
     // than replace rows whose disposed statuses it could not see.
     GTokenResultWithRet GetPolicy(std::string policyName, const std::vector<std::string>& bundleNames);
-    // Deletes every row of each bundle, in order; stops at the first failure (earlier bundles stay
-    // deleted, or are restored with the rest when the caller's transaction is rolled back).
+    // Deletes every row of each bundle, in order, in one transaction; stops at the first failure
+    // (earlier bundles stay deleted: what was done before the failure is committed).
     bool RemovePolicy(const std::vector<std::string>& bundleNames);
 
     // Tests only: forgets the open store, the open's code and the cached app-control proxy, so
@@ -73,6 +79,13 @@ public:
     void ResetForTest();
 
 private:
+    // How the deletions of a removal went: E_OK, or the failure and the bundle it stopped at (an
+    // element of the list the removal was given).
+    struct DeleteOutcome {
+        int ret = NativeRdb::E_OK;
+        const std::string* failedBundle = nullptr;
+    };
+
     // The column indexes of a policy query's result.
     struct TableInfo {
         int bundleNameIndex = -1;
@@ -108,11 +121,19 @@ private:
     // Appends every row that reads; a row that does not is skipped with a warning.
     void ParseGTokenResult(const std::shared_ptr<NativeRdb::ResultSet>& resultSet, const TableInfo& tableInfo,
         std::vector<GTokenResult>& results);
+    // Deletes the rows of each bundle in order, inside the caller's transaction, without a log line;
+    // stops at the first failure.
+    DeleteOutcome DeleteBundles(const std::vector<std::string>& bundleNames);
+    // Reports a removal once its transaction is over (no line is written while it holds the
+    // store): the bundle it failed at, or its end. True when every bundle went.
+    static bool ReportRemoval(const DeleteOutcome& removal);
     // The removal and the insert of an add, committed together.
     bool ReplaceRows(const std::vector<std::string>& bundleNames, const std::vector<NativeRdb::ValuesBucket>& rows);
 
     std::string dbTable_;
     std::string dbPath_;
+    // The deletion of one bundle's rows: one text, so one statement the store compiles once.
+    std::string deleteBundleSql_;
     // Written by Init (before any request) and ResetForTest only; read freely by requests.
     std::shared_ptr<NativeRdb::RdbStore> store_;
     int storeError_ = NativeRdb::E_ERROR;

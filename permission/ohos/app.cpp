@@ -36,10 +36,9 @@ std::string App::Id::ToString() const
 
 App::App(Id id, uint32_t accessTokenId, std::vector<std::string> requestedPermissions,
     std::vector<int32_t> requestedPermissionStates)
-    : id_(std::move(id)),
-      accessTokenId_(accessTokenId),
-      requestedPermissions_(std::make_shared<const std::vector<std::string>>(std::move(requestedPermissions))),
-      requestedPermissionStates_(std::make_shared<const std::vector<int32_t>>(std::move(requestedPermissionStates)))
+    : snapshot_(std::make_shared<const Snapshot>(
+          Snapshot{std::move(id), std::move(requestedPermissions), std::move(requestedPermissionStates)})),
+      accessTokenId_(accessTokenId)
 {
 }
 
@@ -60,7 +59,7 @@ std::optional<App> App::Create(const std::string& bundleName, int32_t userId)
 
 std::string App::ToString() const
 {
-    return "(O, " + id_.GetBundleName() + ", " + std::to_string(id_.GetUid()) + ", " + std::to_string(accessTokenId_) +
+    return "(O, " + GetBundleName() + ", " + std::to_string(GetUid()) + ", " + std::to_string(accessTokenId_) +
            ")";
 }
 

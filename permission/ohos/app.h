@@ -11,8 +11,9 @@ namespace OHOS::AppSecurityPrivacy::SecurityPrivacyServer::Permission::Ohos {
 
 // A snapshot of one native app as the bundle manager describes it for one user: who it is, its
 // access token, and the permissions it requests with the grant state of each. A value type, taken
-// afresh for every request. Every group of the app holds a copy, so the requested lists, which
-// never change after the snapshot is taken, are shared between the copies rather than duplicated.
+// afresh for every request. Every group of the app holds a copy, so its identity and the requested
+// lists, which never change after the snapshot is taken, are shared between the copies rather than
+// duplicated.
 class App {
 public:
     // Bundle name (never empty) and uid (never negative).
@@ -42,22 +43,27 @@ public:
     // not.
     static std::optional<App> Create(const std::string& bundleName, int32_t userId);
 
-    const Id& GetId() const { return id_; }
-    const std::string& GetBundleName() const { return id_.GetBundleName(); }
-    int32_t GetUid() const { return id_.GetUid(); }
+    const Id& GetId() const { return snapshot_->id; }
+    const std::string& GetBundleName() const { return snapshot_->id.GetBundleName(); }
+    int32_t GetUid() const { return snapshot_->id.GetUid(); }
     uint32_t GetAccessTokenId() const { return accessTokenId_; }
     // In the bundle manager's order.
-    const std::vector<std::string>& GetRequestedPermissions() const { return *requestedPermissions_; }
-    const std::vector<int32_t>& GetRequestedPermissionStates() const { return *requestedPermissionStates_; }
+    const std::vector<std::string>& GetRequestedPermissions() const { return snapshot_->requestedPermissions; }
+    const std::vector<int32_t>& GetRequestedPermissionStates() const { return snapshot_->requestedPermissionStates; }
 
     // "(O, com.example.app, 20010001, 537919488)"; the O marks a native app.
     std::string ToString() const;
 
 private:
-    Id id_;
+    // What never changes after the snapshot is taken, in one block that every copy shares.
+    struct Snapshot {
+        Id id;
+        std::vector<std::string> requestedPermissions;
+        std::vector<int32_t> requestedPermissionStates;
+    };
+
+    std::shared_ptr<const Snapshot> snapshot_;
     uint32_t accessTokenId_;
-    std::shared_ptr<const std::vector<std::string>> requestedPermissions_;
-    std::shared_ptr<const std::vector<int32_t>> requestedPermissionStates_;
 };
 
 }  // namespace OHOS::AppSecurityPrivacy::SecurityPrivacyServer::Permission::Ohos

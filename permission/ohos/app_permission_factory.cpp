@@ -27,13 +27,13 @@ std::vector<AppPermission> AppPermissionFactory::CreateAppPermissions(
     // one has no partner and means nothing.
     const size_t count = std::min(names.size(), states.size());
     std::vector<AppPermission> appPermissions;
+    appPermissions.reserve(std::min(count, interestedPermissions.size()));
     for (size_t i = 0; i < count; ++i) {
-        auto permissionOpt = Permission::ConvertFromPermissionName(names[i]);
-        if (!permissionOpt.has_value() || interestedPermissions.count(*permissionOpt) == 0 ||
-            !permissionOpt->IsEnable()) {
+        const Permission* permission = Permission::FindByPermissionName(names[i]);
+        if (permission == nullptr || interestedPermissions.count(*permission) == 0 || !permission->IsEnable()) {
             continue;
         }
-        auto appPermissionOpt = AssembleAppPermission(app, *permissionOpt, states[i]);
+        auto appPermissionOpt = AssembleAppPermission(app, *permission, states[i]);
         if (appPermissionOpt.has_value()) {
             appPermissions.push_back(*appPermissionOpt);
         }

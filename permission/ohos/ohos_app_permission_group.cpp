@@ -68,8 +68,8 @@ bool IsForegroundNonSystemOrPolicyFixed(const AppPermission& appPermission)
 
 }  // namespace
 
-OhosAppPermissionGroup::OhosAppPermissionGroup(App app, const PermissionGroup& permissionGroup, StatePack statePack,
-    Model::EnumMap<Permission, AppPermission> appPermissions)
+OhosAppPermissionGroup::OhosAppPermissionGroup(
+    App app, const PermissionGroup& permissionGroup, StatePack statePack, AppPermissions appPermissions)
     : app_(std::move(app)),
       permissionGroup_(permissionGroup),
       statePack_(std::move(statePack)),
@@ -78,38 +78,33 @@ OhosAppPermissionGroup::OhosAppPermissionGroup(App app, const PermissionGroup& p
 }
 
 std::optional<OhosAppPermissionGroup> OhosAppPermissionGroup::Create(const App& app,
-    const PermissionGroup& permissionGroup, const StatePack& statePack, const AppPermissions& appPermissions)
+    const PermissionGroup& permissionGroup, StatePack statePack, const AppPermissions& appPermissions)
 {
     if (appPermissions.empty()) {
         QZ_LOGE("app=%s, permissionGroup=%s has empty appPermissions, please check.", app.ToString().c_str(),
             permissionGroup.GetName().c_str());
         return std::nullopt;
     }
-    Model::EnumMap<Permission, AppPermission> appPermissionMap;
+    // By ordinal, each permission once: of a permission listed twice the first entry stays. A group
+    // has a handful of permissions, so they are placed one by one, in place.
+    AppPermissions byOrdinal;
+    byOrdinal.reserve(appPermissions.size());
     for (const auto& appPermission : appPermissions) {
-        appPermissionMap.emplace(appPermission.GetPermission(), appPermission);  // the first one stays
+        const auto ordinal = appPermission.GetPermission().GetOrdinal();
+        auto at = std::find_if(byOrdinal.begin(), byOrdinal.end(),
+            [ordinal](const AppPermission& placed) { return placed.GetPermission().GetOrdinal() >= ordinal; });
+        if (at == byOrdinal.end() || at->GetPermission().GetOrdinal() != ordinal) {
+            byOrdinal.insert(at, appPermission);
+        }
     }
-    return OhosAppPermissionGroup(app, permissionGroup, statePack, std::move(appPermissionMap));
-}
-
-OhosAppPermissionGroup::AppPermissions OhosAppPermissionGroup::GetAppPermissions() const
-{
-    AppPermissions appPermissions;
-    appPermissions.reserve(appPermissions_.size());
-    for (const auto& entry : appPermissions_) {
-        appPermissions.push_back(entry.second);
-    }
-    std::sort(appPermissions.begin(), appPermissions.end(), [](const AppPermission& left, const AppPermission& right) {
-        return left.GetPermission().GetOrdinal() < right.GetPermission().GetOrdinal();
-    });
-    return appPermissions;
+    return OhosAppPermissionGroup(app, permissionGroup, std::move(statePack), std::move(byOrdinal));
 }
 
 std::string OhosAppPermissionGroup::ToString() const
 {
     std::string text =
         "{app=" + app_.ToString() + ", pg=" + permissionGroup_.GetName() + ", sp=" + statePack_.ToString() + ", aps=[";
-    const auto appPermissions = GetAppPermissions();
+    const auto& appPermissions = GetAppPermissions();
     for (size_t i = 0; i < appPermissions.size(); ++i) {
         if (i != 0) {
             text += ", ";

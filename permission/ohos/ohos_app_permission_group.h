@@ -25,14 +25,20 @@ class OhosAppPermissionGroup : public AppPermissionGroup {
 public:
     using AppPermissions = std::vector<AppPermission>;
 
+    // `appPermissions`: at most one per permission, ordered by permission ordinal (as Create makes them).
     OhosAppPermissionGroup(App app, const PermissionGroup& permissionGroup, StatePack statePack,
-        Model::EnumMap<Permission, AppPermission> appPermissions);
+        AppPermissions appPermissions);
     ~OhosAppPermissionGroup() override = default;
+    // Declared because the destructor is: values move (their names too) rather than copy.
+    OhosAppPermissionGroup(const OhosAppPermissionGroup&) = default;
+    OhosAppPermissionGroup& operator=(const OhosAppPermissionGroup&) = default;
+    OhosAppPermissionGroup(OhosAppPermissionGroup&&) noexcept = default;
+    OhosAppPermissionGroup& operator=(OhosAppPermissionGroup&&) noexcept = default;
 
     // Empty, with an error line, when `appPermissions` is empty. Of a permission listed twice the
     // first entry is kept.
     static std::optional<OhosAppPermissionGroup> Create(const App& app, const PermissionGroup& permissionGroup,
-        const StatePack& statePack, const AppPermissions& appPermissions);
+        StatePack statePack, const AppPermissions& appPermissions);
 
     std::string GetBundleName() const override { return app_.GetBundleName(); }
     int32_t GetUid() const override { return app_.GetUid(); }
@@ -50,7 +56,7 @@ public:
     const App& GetApp() const { return app_; }
     const StatePack& GetStatePack() const { return statePack_; }
     // By permission ordinal, so that logs, dumps and commits run in one stable order.
-    AppPermissions GetAppPermissions() const;
+    const AppPermissions& GetAppPermissions() const { return appPermissions_; }
 
     static bool HasForeground(const AppPermissions& appPermissions);
     static bool HasBackground(const AppPermissions& appPermissions);
@@ -74,7 +80,9 @@ private:
     App app_;
     PermissionGroup permissionGroup_;
     StatePack statePack_;
-    Model::EnumMap<Permission, AppPermission> appPermissions_;
+    // By permission ordinal, one per permission: a few entries, kept without a node or a name copied
+    // per entry.
+    AppPermissions appPermissions_;
 };
 
 }  // namespace OHOS::AppSecurityPrivacy::SecurityPrivacyServer::Permission::Ohos

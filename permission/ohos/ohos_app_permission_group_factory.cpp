@@ -13,22 +13,37 @@ namespace {
 
 const auto LOG_TAG = Util::QzLog::Tag::Create("permission.ohos");
 
+// "{CAMERA={CAMERA}, ...}": the text of the map as if it held the sets themselves.
+std::string ToString(const OhosAppPermissionGroupFactory::GroupToPermissions& groupToPermissions)
+{
+    std::string text = "{";
+    for (const auto& [permissionGroup, permissions] : groupToPermissions) {
+        if (text.size() > 1) {
+            text += ", ";
+        }
+        text += Util::FormatUtils::ToString(permissionGroup) + "=" + Util::FormatUtils::ToString(permissions.get());
+    }
+    return text + "}";
+}
+
 }  // namespace
 
 std::vector<OhosAppPermissionGroup> OhosAppPermissionGroupFactory::CreateAppPermissionGroups(
     const App& app, const AppPermissions& appPermissions, const GroupToPermissions& groupToPermissions)
 {
     QZ_LOGD("app=%s, appPermissions=%s, groupToPermissions=%s", app.ToString().c_str(),
-        Util::FormatUtils::ToString(appPermissions).c_str(), Util::FormatUtils::ToString(groupToPermissions).c_str());
+        Util::FormatUtils::ToString(appPermissions).c_str(), ToString(groupToPermissions).c_str());
     if (appPermissions.empty() || groupToPermissions.empty()) {
         QZ_LOGE("appPermissions or groupToPermissions is empty for app=%s, please check.", app.ToString().c_str());
         return {};
     }
     std::vector<OhosAppPermissionGroup> ohosAppPermissionGroups;
+    ohosAppPermissionGroups.reserve(groupToPermissions.size());
+    AppPermissions groupedAppPermissions;
     for (const auto& [permissionGroup, permissions] : groupToPermissions) {
-        AppPermissions groupedAppPermissions;
+        groupedAppPermissions.clear();
         for (const auto& appPermission : appPermissions) {
-            if (permissions.count(appPermission.GetPermission()) != 0) {
+            if (permissions.get().count(appPermission.GetPermission()) != 0) {
                 groupedAppPermissions.push_back(appPermission);
             }
         }
@@ -51,7 +66,7 @@ std::optional<OhosAppPermissionGroup> OhosAppPermissionGroupFactory::CreateAppPe
         // The app requests nothing of this group, so it simply has no such group.
         return std::nullopt;
     }
-    const auto subPermissions = PermissionGroupMapping::GetInstance().GetMappingPermissions(permissionGroup);
+    const auto& subPermissions = PermissionGroupMapping::GetInstance().GetMappingPermissions(permissionGroup);
     if (subPermissions.empty()) {
         QZ_LOGE("subPermissions is empty for app=%s with permissionGroup=%s, please check permission group mapping.",
             app.ToString().c_str(), permissionGroup.GetName().c_str());
@@ -67,17 +82,18 @@ std::optional<OhosAppPermissionGroup> OhosAppPermissionGroupFactory::CreateAppPe
         }
     }
     const auto& assembler = GetStatePackAssembler(permissionGroup);
-    const auto checkedState = assembler.AssembleCheckedState(app, permissionGroup, groupedAppPermissions);
-    const auto shownStates = assembler.AssembleShownStates(app, permissionGroup, groupedAppPermissions);
-    const auto disabledStates = assembler.AssembleDisabledStates(app, permissionGroup, groupedAppPermissions);
-    const auto disabledReason = assembler.AssembleDisabledReason(app, permissionGroup, groupedAppPermissions);
+    auto checkedState = assembler.AssembleCheckedState(app, permissionGroup, groupedAppPermissions);
+    auto shownStates = assembler.AssembleShownStates(app, permissionGroup, groupedAppPermissions);
+    auto disabledStates = assembler.AssembleDisabledStates(app, permissionGroup, groupedAppPermissions);
+    auto disabledReason = assembler.AssembleDisabledReason(app, permissionGroup, groupedAppPermissions);
     const auto flags = assembler.AssembleFlags(app, permissionGroup, groupedAppPermissions);
-    auto statePack =
-        AppPermissionGroup::StatePack::Create(checkedState, shownStates, disabledStates, disabledReason, flags);
+    // Each part is made for this pack only: moved in, not copied.
+    auto statePack = AppPermissionGroup::StatePack::Create(std::move(checkedState), std::move(shownStates),
+        std::move(disabledStates), std::move(disabledReason), flags);
     if (!statePack.has_value()) {
         return std::nullopt;
     }
-    return OhosAppPermissionGroup::Create(app, permissionGroup, *statePack, groupedAppPermissions);
+    return OhosAppPermissionGroup::Create(app, permissionGroup, std::move(*statePack), groupedAppPermissions);
 }
 
 const StatePackAssembler& OhosAppPermissionGroupFactory::GetStatePackAssembler(const PermissionGroup& permissionGroup)

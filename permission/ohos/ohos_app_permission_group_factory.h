@@ -1,6 +1,7 @@
 #ifndef PERMISSION_OHOS_OHOS_APP_PERMISSION_GROUP_FACTORY_H
 #define PERMISSION_OHOS_OHOS_APP_PERMISSION_GROUP_FACTORY_H
 
+#include <functional>
 #include <optional>
 #include <vector>
 
@@ -19,7 +20,9 @@ namespace OHOS::AppSecurityPrivacy::SecurityPrivacyServer::Permission::Ohos {
 class OhosAppPermissionGroupFactory {
 public:
     using AppPermissions = std::vector<AppPermission>;
-    using GroupToPermissions = Model::EnumMap<PermissionGroup, Model::EnumSet<Permission>>;
+    // Each group's permissions by reference: the sets are PermissionGroupMapping's, which live as
+    // long as the process, and a listing reads them without copying them.
+    using GroupToPermissions = Model::EnumMap<PermissionGroup, std::reference_wrapper<const Model::EnumSet<Permission>>>;
 
     OhosAppPermissionGroupFactory() = delete;
 

@@ -39,30 +39,41 @@ int32_t OhosPermissionManagement::GetUserIdByUid(int32_t uid)
     return uid / UID_RANGE_PER_USER;
 }
 
-std::vector<OhosAppPermissionGroup> OhosPermissionManagement::GetOhosAppPermissionGroupsByApp(
-    const std::string& bundleName, int32_t userId,
-    const Model::EnumSet<PermissionGroup>& interestedPermissionGroups) const
+OhosPermissionManagement::Interest OhosPermissionManagement::MakeInterest(
+    const Model::EnumSet<PermissionGroup>& interestedPermissionGroups)
 {
-    OhosAppPermissionGroupFactory::GroupToPermissions groupToPermissions;
-    Model::EnumSet<Permission> interestedPermissions;
+    Interest interest;
     auto& mapping = PermissionGroupMapping::GetInstance();
     for (const auto& permissionGroup : interestedPermissionGroups) {
-        auto permissions = mapping.GetMappingPermissions(permissionGroup);
-        interestedPermissions.insert(permissions.begin(), permissions.end());
-        groupToPermissions.emplace(permissionGroup, std::move(permissions));
+        const auto& permissions = mapping.GetMappingPermissions(permissionGroup);
+        interest.interestedPermissions.insert(permissions.begin(), permissions.end());
+        interest.groupToPermissions.emplace(permissionGroup, std::cref(permissions));
     }
+    return interest;
+}
+
+std::vector<OhosAppPermissionGroup> OhosPermissionManagement::ReadAppGroups(
+    const std::string& bundleName, int32_t userId, const Interest& interest)
+{
     auto app = App::Create(bundleName, userId);
     if (!app.has_value()) {
         return {};
     }
-    const auto appPermissions = AppPermissionFactory::CreateAppPermissions(*app, interestedPermissions);
+    const auto appPermissions = AppPermissionFactory::CreateAppPermissions(*app, interest.interestedPermissions);
     if (appPermissions.empty()) {
         // The usual answer for an app that requests nothing of these groups.
         QZ_LOGD("ignore empty appPermissions for app=%s, interestedPermissions=%s", app->ToString().c_str(),
-            Util::FormatUtils::ToString(interestedPermissions).c_str());
+            Util::FormatUtils::ToString(interest.interestedPermissions).c_str());
         return {};
     }
-    return OhosAppPermissionGroupFactory::CreateAppPermissionGroups(*app, appPermissions, groupToPermissions);
+    return OhosAppPermissionGroupFactory::CreateAppPermissionGroups(*app, appPermissions, interest.groupToPermissions);
+}
+
+std::vector<OhosAppPermissionGroup> OhosPermissionManagement::GetOhosAppPermissionGroupsByApp(
+    const std::string& bundleName, int32_t userId,
+    const Model::EnumSet<PermissionGroup>& interestedPermissionGroups) const
+{
+    return ReadAppGroups(bundleName, userId, MakeInterest(interestedPermissionGroups));
 }
 
 PermissionManagementIntf::AppPermissionGroupPtrs OhosPermissionManagement::GetAppPermissionGroupsByApp(
@@ -81,12 +92,13 @@ PermissionManagementIntf::AppPermissionGroupPtrs OhosPermissionManagement::GetAp
     const PermissionGroup& permissionGroup, int32_t userId,
     const std::unordered_set<std::string>& interestedBundleNames)
 {
-    const Model::EnumSet<PermissionGroup> interestedPermissionGroups = {permissionGroup};
+    // One group's permissions, the same for every app: looked up once for the whole listing.
+    const Interest interest = MakeInterest({permissionGroup});
     AppPermissionGroupPtrs appPermissionGroupPtrs;
+    appPermissionGroupPtrs.reserve(interestedBundleNames.size());
     for (const auto& bundleName : interestedBundleNames) {
         // An app without this group adds nothing; that is no error.
-        AppendAsShared(
-            GetOhosAppPermissionGroupsByApp(bundleName, userId, interestedPermissionGroups), appPermissionGroupPtrs);
+        AppendAsShared(ReadAppGroups(bundleName, userId, interest), appPermissionGroupPtrs);
     }
     QZ_LOGD("appPermissionGroupPtrs=%s", Util::FormatUtils::ToString(appPermissionGroupPtrs).c_str());
     return appPermissionGroupPtrs;

@@ -8,6 +8,7 @@
 
 #include "framework/enum_object.h"
 #include "permission/ohos/ohos_app_permission_group.h"
+#include "permission/ohos/ohos_app_permission_group_factory.h"
 #include "permission/permission_group.h"
 #include "permission/permission_management_intf.h"
 
@@ -40,6 +41,18 @@ public:
     static int32_t GetUserIdByUid(int32_t uid);
 
 private:
+    // The groups of interest with their permissions, and all those permissions together: what
+    // every app of one listing is read against, made once per listing.
+    struct Interest {
+        OhosAppPermissionGroupFactory::GroupToPermissions groupToPermissions;
+        Model::EnumSet<Permission> interestedPermissions;
+    };
+
+    static Interest MakeInterest(const Model::EnumSet<PermissionGroup>& interestedPermissionGroups);
+    // The app's groups of the interest.
+    static std::vector<OhosAppPermissionGroup> ReadAppGroups(
+        const std::string& bundleName, int32_t userId, const Interest& interest);
+
     OhosPermissionManagement() = default;
     ~OhosPermissionManagement() override = default;
 };

@@ -1,5 +1,6 @@
 #include "permission/ohos/permission.h"
 
+#include <atomic>
 #include <mutex>
 #include <unordered_map>
 #include <utility>
@@ -71,7 +72,7 @@ const std::vector<Permission> Permission::VALUES = {APPROXIMATELY_LOCATION, LOCA
 Permission::Permission(const std::string& name, PermissionOrdinal ordinal, std::string permissionName,
     bool isBackground, bool enabledByDefault)
     : EnumObject(name, ordinal),
-      permissionName_(std::move(permissionName)),
+      permissionName_(Model::InternEnumName(permissionName)),
       isBackground_(isBackground),
       enabledByDefault_(enabledByDefault)
 {
@@ -89,25 +90,33 @@ bool Permission::IsEnable() const
     return true;
 }
 
-std::optional<Permission> Permission::ConvertFromPermissionName(const std::string& permissionName)
+const Permission* Permission::FindByPermissionName(const std::string& permissionName)
 {
     static std::recursive_mutex mutex;
-    static std::unordered_map<std::string, Permission> permissionsByName;
-    {
+    static std::atomic<bool> filled{false};
+    static std::unordered_map<std::string, const Permission*> permissionsByName;
+    if (!filled.load(std::memory_order_acquire)) {
         std::lock_guard<std::recursive_mutex> lock(mutex);
         if (permissionsByName.empty()) {
             permissionsByName.max_load_factor(1.0F);
             for (const auto& value : VALUES) {
-                permissionsByName.emplace(value.GetPermissionName(), value);
+                permissionsByName.emplace(value.GetPermissionName(), &value);
             }
+            filled.store(true, std::memory_order_release);
         }
     }
     // Filled once above and never changed afterwards, so the look-up needs no lock.
     auto it = permissionsByName.find(permissionName);
-    if (it == permissionsByName.end()) {
+    return it == permissionsByName.end() ? nullptr : it->second;
+}
+
+std::optional<Permission> Permission::ConvertFromPermissionName(const std::string& permissionName)
+{
+    const Permission* permission = FindByPermissionName(permissionName);
+    if (permission == nullptr) {
         return std::nullopt;
     }
-    return it->second;
+    return *permission;
 }
 
 }  // namespace OHOS::AppSecurityPrivacy::SecurityPrivacyServer::Permission::Ohos

@@ -51,8 +51,13 @@ public:
     Permission(const std::string& name, PermissionOrdinal ordinal, std::string permissionName, bool isBackground,
         bool enabledByDefault);
     ~Permission() override = default;
+    // Declared because the destructor is: values move (their names too) rather than copy.
+    Permission(const Permission&) = default;
+    Permission& operator=(const Permission&) = default;
+    Permission(Permission&&) noexcept = default;
+    Permission& operator=(Permission&&) noexcept = default;
 
-    const std::string& GetPermissionName() const { return permissionName_; }
+    const std::string& GetPermissionName() const { return *permissionName_; }
     bool IsBackground() const { return isBackground_; }
     // Whether the permission exists on this device. ACCESS_NEARLINK exists only where the device
     // declares "const.nearlink.enable"; the parameter is read on every call.
@@ -60,6 +65,9 @@ public:
 
     // The value whose permission name equals `permissionName` exactly, or empty.
     static std::optional<Permission> ConvertFromPermissionName(const std::string& permissionName);
+    // The same value as the catalogue's own constant (an element of VALUES, which lives as long as
+    // the process), without a copy; null when there is none.
+    static const Permission* FindByPermissionName(const std::string& permissionName);
 
     static const Permission APPROXIMATELY_LOCATION;
     static const Permission LOCATION_IN_BACKGROUND;
@@ -92,7 +100,8 @@ public:
     static const std::vector<Permission> VALUES;
 
 private:
-    std::string permissionName_;
+    // Interned as the constant name is: a copied value copies no string.
+    const std::string* permissionName_;
     bool isBackground_;
     bool enabledByDefault_;
 };

@@ -11,19 +11,21 @@ PermissionGroupMapping& PermissionGroupMapping::GetInstance()
     return instance;
 }
 
-PermissionGroupMapping::PermissionSet PermissionGroupMapping::GetMappingPermissions(const PermissionGroup& group)
+const PermissionGroupMapping::PermissionSet& PermissionGroupMapping::GetMappingPermissions(
+    const PermissionGroup& group)
 {
+    static const PermissionSet NONE;
     InitializeMapping();
     // The map is complete once InitializeMapping has returned and is never changed again.
     auto it = mapping_.find(group);
-    if (it == mapping_.end()) {
-        return {};
-    }
-    return it->second;
+    return it == mapping_.end() ? NONE : it->second;
 }
 
 void PermissionGroupMapping::InitializeMapping()
 {
+    if (filled_.load(std::memory_order_acquire)) {
+        return;
+    }
     static std::recursive_mutex mutex;
     std::lock_guard<std::recursive_mutex> lock(mutex);
     if (!mapping_.empty()) {
@@ -33,6 +35,7 @@ void PermissionGroupMapping::InitializeMapping()
     InitializeCommonPermissionGroupMappingLocked();
     InitializeOhosOnlyPermissionGroupMappingLocked();
     InitializeReadAndWritePermissionGroupMappingLocked();
+    filled_.store(true, std::memory_order_release);
 }
 
 void PermissionGroupMapping::InitializeCommonPermissionGroupMappingLocked()

@@ -1,6 +1,7 @@
 #ifndef PERMISSION_OHOS_PERMISSION_GROUP_MAPPING_H
 #define PERMISSION_OHOS_PERMISSION_GROUP_MAPPING_H
 
+#include <atomic>
 #include <initializer_list>
 
 #include "framework/enum_object.h"
@@ -14,7 +15,7 @@ namespace OHOS::AppSecurityPrivacy::SecurityPrivacyServer::Permission::Ohos {
 // groups (READ_CONTACTS is in CONTACTS and in READ_CONTACT).
 //
 // The table is filled on first use, once, under its own lock, and never changed afterwards; reads
-// after the fill take no lock.
+// after the fill take no lock and copy nothing.
 class PermissionGroupMapping {
 public:
     using PermissionGroup = SecurityPrivacyServer::Permission::PermissionGroup;
@@ -25,9 +26,9 @@ public:
     PermissionGroupMapping(const PermissionGroupMapping&) = delete;
     PermissionGroupMapping& operator=(const PermissionGroupMapping&) = delete;
 
-    // A copy of the group's permissions, in no particular order; empty for a group without
-    // native permissions.
-    PermissionSet GetMappingPermissions(const PermissionGroup& group);
+    // The group's permissions, in no particular order; empty for a group without native
+    // permissions. The set lives as long as the process.
+    const PermissionSet& GetMappingPermissions(const PermissionGroup& group);
 
 private:
     PermissionGroupMapping() = default;
@@ -45,6 +46,8 @@ private:
     void AddMappingLocked(const PermissionGroup& group, std::initializer_list<Permission> permissions);
 
     Model::EnumMap<PermissionGroup, PermissionSet> mapping_;
+    // Set, with release order, once mapping_ is complete: from then on readers skip the lock.
+    std::atomic<bool> filled_{false};
 };
 
 }  // namespace OHOS::AppSecurityPrivacy::SecurityPrivacyServer::Permission::Ohos

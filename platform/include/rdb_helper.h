@@ -18,8 +18,9 @@ public:
     // Opens the store file of `config` (creating it and its missing directories), applies the
     // configuration, and brings the file to `version` (1 or more) through `openCallback` (see
     // rdb_open_callback.h). On failure returns null and sets errCode: E_EMPTY_FILE_NAME,
-    // E_RELATIVE_PATH, E_INVALID_ARGS (version, journal or page size), E_NOT_SUPPORTED (encryption,
-    // in-memory storage), E_CREATE_FOLDER_FAIL, an E_SQLITE_* code, or the callback's own result.
+    // E_RELATIVE_PATH, E_INVALID_ARGS (version, journal, sync mode or page size), E_NOT_SUPPORTED
+    // (encryption, in-memory storage), E_CREATE_FOLDER_FAIL, an E_SQLITE_* code, or the callback's
+    // own result.
     // Each call opens its own connection; two stores on one file coordinate through SQLite's locks.
     static std::shared_ptr<RdbStore> GetRdbStore(
         const RdbStoreConfig& config, int version, RdbOpenCallback& openCallback, int& errCode);

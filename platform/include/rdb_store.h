@@ -5,12 +5,16 @@
  * never throws. Values are always bound to the statement, never written into its text; table and
  * column names must be identifiers (letters, digits, underscore) and are quoted.
  *
- * Threads: a store may be shared by any number of threads. It has one connection, and each
- * operation holds it for its duration, so operations of different threads run one after another.
+ * Threads: a store may be shared by any number of threads. Changes go through one connection,
+ * and each holds it for its duration, so the changes of different threads run one after another.
  * A transaction belongs to the thread that began it: until that thread commits or rolls back, the
- * other threads' operations wait, so they never land inside someone else's transaction (and a
- * transaction left open blocks the store for everyone). Transactions nest: a Begin inside a
- * transaction opens a savepoint, and the matching Commit or RollBack settles only that savepoint.
+ * other threads' changes wait, so they never land inside someone else's transaction (and a
+ * transaction left open blocks every change). Transactions nest: a Begin inside a transaction
+ * opens a savepoint, and the matching Commit or RollBack settles only that savepoint.
+ * Queries (Query, QuerySql, Count) of a store in WAL mode run on reading connections of their
+ * own: a thread without a transaction reads the last committed state and never waits for a
+ * writer, while a thread inside its transaction reads through it and sees its own changes. In the
+ * other journal modes queries share the one connection and wait like changes.
  *
  * Result sets hold a copy of their rows and outlive the store.
  */

@@ -41,6 +41,12 @@ public:
     void SetReadOnly(bool readOnly) { readOnly_ = readOnly; }
     void SetSecurityLevel(SecurityLevel securityLevel) { securityLevel_ = securityLevel; }
     void SetEncryptAlgo(const std::string& encryptAlgo) { encryptAlgo_ = encryptAlgo; }
+    // How long a commit waits for the disk, by SQLite's names: "OFF", "NORMAL", "FULL" or "EXTRA";
+    // empty (the default) keeps SQLite's own (FULL). Another name is refused when the store opens.
+    // In WAL mode, NORMAL writes every commit to the log before the commit returns but syncs the
+    // log to the disk only at checkpoints: a commit survives the crash or kill of the process, and
+    // a power loss may take back the last commits (never leaving the file inconsistent).
+    void SetSyncMode(const std::string& syncMode) { syncMode_ = syncMode; }
 
     const std::string& GetPath() const { return path_; }
     StorageMode GetStorageMode() const { return storageMode_; }
@@ -53,6 +59,7 @@ public:
     bool IsReadOnly() const { return readOnly_; }
     SecurityLevel GetSecurityLevel() const { return securityLevel_; }
     const std::string& GetEncryptAlgo() const { return encryptAlgo_; }
+    const std::string& GetSyncMode() const { return syncMode_; }
 
 private:
     std::string path_;
@@ -64,6 +71,7 @@ private:
     bool readOnly_;
     SecurityLevel securityLevel_ = SecurityLevel::LAST;
     std::string encryptAlgo_ = "sha256";
+    std::string syncMode_;
 };
 
 }  // namespace OHOS::NativeRdb

@@ -56,10 +56,24 @@ struct Accumulator {
     int64_t lastAccessDuration = 0;
     std::vector<UsedRecordDetail> accessRecords;
     std::vector<UsedRecordDetail> rejectRecords;
+    // Whether the details came in time order (records are mostly added as they happen): those
+    // lists are answered as they are, without a sort.
+    bool accessInOrder = true;
+    bool rejectInOrder = true;
 };
 
-void SortByTime(std::vector<UsedRecordDetail>& details)
+void Append(std::vector<UsedRecordDetail>& details, bool& inOrder, const UsedRecordDetail& detail)
 {
+    inOrder = inOrder && (details.empty() || details.back().timestamp <= detail.timestamp);
+    details.push_back(detail);
+}
+
+// Oldest first; uses of one moment stay in the order they were added.
+void SortByTime(std::vector<UsedRecordDetail>& details, bool inOrder)
+{
+    if (inOrder) {
+        return;
+    }
     std::stable_sort(details.begin(), details.end(),
         [](const UsedRecordDetail& a, const UsedRecordDetail& b) { return a.timestamp < b.timestamp; });
 }
@@ -419,7 +433,7 @@ int32_t PrivacyRecordService::GetPermissionUsedRecords(
                 sum.lastAccessDuration = stored.accessDuration;
             }
             if (detail) {
-                sum.accessRecords.push_back(base);
+                Append(sum.accessRecords, sum.accessInOrder, base);
                 sum.accessRecords.back().count = stored.successCount;
             }
         }
@@ -427,7 +441,7 @@ int32_t PrivacyRecordService::GetPermissionUsedRecords(
             sum.rejectCount += stored.failCount;
             sum.lastRejectTime = std::max(sum.lastRejectTime, stored.timestamp);
             if (detail) {
-                sum.rejectRecords.push_back(base);
+                Append(sum.rejectRecords, sum.rejectInOrder, base);
                 sum.rejectRecords.back().count = stored.failCount;
             }
         }
@@ -455,8 +469,8 @@ int32_t PrivacyRecordService::GetPermissionUsedRecords(
             record.lastAccessTime = sum->lastAccessTime;
             record.lastRejectTime = sum->lastRejectTime;
             record.lastAccessDuration = sum->lastAccessDuration;
-            SortByTime(sum->accessRecords);
-            SortByTime(sum->rejectRecords);
+            SortByTime(sum->accessRecords, sum->accessInOrder);
+            SortByTime(sum->rejectRecords, sum->rejectInOrder);
             record.accessRecords = std::move(sum->accessRecords);
             record.rejectRecords = std::move(sum->rejectRecords);
             bundle.permissionRecords.push_back(std::move(record));

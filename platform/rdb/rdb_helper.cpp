@@ -14,6 +14,12 @@ namespace {
 constexpr int MIN_PAGE_SIZE = 512;
 constexpr int MAX_PAGE_SIZE = 65536;
 
+// The sync modes a configuration may name; the name goes into a pragma's text, so nothing else may.
+bool IsKnownSyncMode(const std::string& mode)
+{
+    return mode.empty() || mode == "OFF" || mode == "NORMAL" || mode == "FULL" || mode == "EXTRA";
+}
+
 int CheckConfig(const RdbStoreConfig& config, int version)
 {
     const std::string& path = config.GetPath();
@@ -39,7 +45,8 @@ int CheckConfig(const RdbStoreConfig& config, int version)
     if (pageSize < MIN_PAGE_SIZE || pageSize > MAX_PAGE_SIZE || (pageSize & (pageSize - 1)) != 0) {
         return E_INVALID_ARGS;
     }
-    if (config.GetJournalSize() < 0 || config.GetJournalMode().empty() || version < 1) {
+    if (config.GetJournalSize() < 0 || config.GetJournalMode().empty() || !IsKnownSyncMode(config.GetSyncMode()) ||
+        version < 1) {
         return E_INVALID_ARGS;
     }
     return E_OK;

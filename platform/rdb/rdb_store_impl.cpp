@@ -10,11 +10,11 @@
 namespace OHOS::NativeRdb {
 namespace {
 
-constexpr int BUSY_TIMEOUT_MS = 2000;
-// Beyond this many distinct statements the cache starts over; the service's working set is a
-// handful of statements, so this only bounds callers that generate SQL text freely.
-constexpr size_t STATEMENT_CACHE_LIMIT = 64;
 constexpr const char* BATCH_SAVEPOINT = "rdb_batch";
+// Reading connections of one store at most. Each query holds one only while SQLite steps through
+// it and its rows are copied out, so a few serve a pool of IPC threads on two cores; each costs a
+// file descriptor and its own page cache.
+constexpr size_t MAX_READERS = 4;
 
 // The transaction statements that ExecuteSql leaves to BeginTransaction/Commit/RollBack: run from
 // text they would leave the store's idea of the transaction wrong.
@@ -45,46 +45,28 @@ std::string SavepointName(int depth)
     return "rdb_sp_" + std::to_string(depth);
 }
 
-// Resets a statement when the operation that uses it ends, however it ends.
-class StatementUse {
-public:
-    explicit StatementUse(SqliteStatement* statement) : statement_(statement) { statement_->Reset(); }
-    ~StatementUse() { statement_->Reset(); }
-    StatementUse(const StatementUse&) = delete;
-    StatementUse& operator=(const StatementUse&) = delete;
-
-private:
-    SqliteStatement* statement_;
-};
-
 }  // namespace
 
 std::shared_ptr<RdbStoreImpl> RdbStoreImpl::Open(const RdbStoreConfig& config, int& errCode)
 {
-    sqlite3* db = nullptr;
-    // The store serialises all use of its connection itself, so SQLite's own mutex is not needed.
-    const int flags = (config.IsReadOnly() ? SQLITE_OPEN_READONLY : (SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE)) |
-                      SQLITE_OPEN_NOMUTEX;
-    int rc = sqlite3_open_v2(config.GetPath().c_str(), &db, flags, nullptr);
-    if (rc != SQLITE_OK) {
-        RDB_LOGE("open failed, rc=%{public}d, %{public}s", rc, db == nullptr ? "no memory" : sqlite3_errmsg(db));
-        sqlite3_close_v2(db);
-        errCode = SqliteStatement::ToRdbError(rc);
+    std::unique_ptr<SqliteConnection> writer = SqliteConnection::Open(config.GetPath(), config.IsReadOnly(), errCode);
+    if (writer == nullptr) {
         return nullptr;
     }
-    sqlite3_busy_timeout(db, BUSY_TIMEOUT_MS);
-    // Off: SQLite's fallback that reads a double-quoted name it cannot resolve as a string literal.
-    // With it, a misspelt column in a query or condition would quietly compare against its own name.
-    sqlite3_db_config(db, SQLITE_DBCONFIG_DQS_DML, 0, nullptr);
-    std::shared_ptr<RdbStoreImpl> store(new RdbStoreImpl(db, config));
+    std::shared_ptr<RdbStoreImpl> store(new RdbStoreImpl(std::move(writer), config));
     errCode = store->ApplyConfig();
     if (errCode != E_OK) {
         return nullptr;
     }
+    // Only a write-ahead log lets readers go on while a writer works; in the other journal modes a
+    // reading connection would wait on the file's lock anyway, and one connection is simpler.
+    std::lock_guard<std::mutex> lock(store->readersMutex_);
+    store->readersAvailable_ = !config.IsReadOnly() && config.GetJournalModeValue() == JournalMode::MODE_WAL;
     return store;
 }
 
-RdbStoreImpl::RdbStoreImpl(sqlite3* db, const RdbStoreConfig& config) : db_(db), config_(config)
+RdbStoreImpl::RdbStoreImpl(std::unique_ptr<SqliteConnection> writer, const RdbStoreConfig& config)
+    : config_(config), writer_(std::move(writer))
 {
 }
 
@@ -93,13 +75,14 @@ RdbStoreImpl::~RdbStoreImpl()
     // A store dropped by the thread that still has a transaction open: the transaction was never
     // acknowledged, so it goes, and the mutex levels it held are released before the mutex dies.
     if (transactionDepth_ > 0 && transactionOwner_.load() == std::this_thread::get_id()) {
-        sqlite3_exec(db_, "ROLLBACK", nullptr, nullptr, nullptr);
+        writer_->Execute("ROLLBACK");
         for (; transactionDepth_ > 0; --transactionDepth_) {
             mutex_.unlock();
         }
     }
-    statements_.clear();
-    sqlite3_close_v2(db_);
+    // Readers close before the writer, so that the last connection to go is the one that may
+    // checkpoint the log into the file.
+    readers_.clear();
 }
 
 int RdbStoreImpl::ApplyConfig()
@@ -108,16 +91,16 @@ int RdbStoreImpl::ApplyConfig()
     if (config_.IsReadOnly()) {
         // Nothing may be changed; only make sure the file really is a database.
         ValueObject cell;
-        return ReadFirstCell("PRAGMA schema_version", {}, cell);
+        return writer_->ReadFirstCell("PRAGMA schema_version", {}, cell);
     }
     // The page size must come before anything writes the file's first page; on an existing file
     // SQLite keeps the size the file has.
-    int ret = Execute("PRAGMA page_size = " + std::to_string(config_.GetPageSize()));
+    int ret = writer_->Execute("PRAGMA page_size = " + std::to_string(config_.GetPageSize()));
     if (ret != E_OK) {
         return ret;
     }
     ValueObject mode;
-    ret = ReadFirstCell("PRAGMA journal_mode = " + config_.GetJournalMode(), {}, mode);
+    ret = writer_->ReadFirstCell("PRAGMA journal_mode = " + config_.GetJournalMode(), {}, mode);
     if (ret != E_OK) {
         return ret;
     }
@@ -131,8 +114,63 @@ int RdbStoreImpl::ApplyConfig()
             "journal mode %{public}s asked, %{public}s in effect", config_.GetJournalMode().c_str(), actual.c_str());
         return E_SQLITE_ERROR;
     }
+    // The sync mode is one of a checked few names (RdbHelper refuses others), never free text.
+    if (!config_.GetSyncMode().empty()) {
+        ret = writer_->Execute("PRAGMA synchronous = " + config_.GetSyncMode());
+        if (ret != E_OK) {
+            return ret;
+        }
+    }
     ValueObject limit;
-    return ReadFirstCell("PRAGMA journal_size_limit = " + std::to_string(config_.GetJournalSize()), {}, limit);
+    return writer_->ReadFirstCell("PRAGMA journal_size_limit = " + std::to_string(config_.GetJournalSize()), {}, limit);
+}
+
+template <typename Read>
+auto RdbStoreImpl::WithReadConnection(Read read) -> decltype(read(std::declval<SqliteConnection&>()))
+{
+    if (transactionOwner_.load() != std::this_thread::get_id()) {
+        Reader* reader = AcquireReader();
+        if (reader != nullptr) {
+            std::lock_guard<std::mutex> lock(reader->mutex, std::adopt_lock);
+            return read(*reader->connection);
+        }
+    }
+    std::lock_guard<std::recursive_mutex> lock(mutex_);
+    return read(*writer_);
+}
+
+RdbStoreImpl::Reader* RdbStoreImpl::AcquireReader()
+{
+    std::unique_lock<std::mutex> pool(readersMutex_);
+    if (!readersAvailable_) {
+        return nullptr;
+    }
+    for (auto& reader : readers_) {
+        if (reader->mutex.try_lock()) {
+            return reader.get();
+        }
+    }
+    if (readers_.size() < MAX_READERS) {
+        int errCode = E_OK;
+        auto connection = SqliteConnection::Open(config_.GetPath(), true, errCode);
+        if (connection != nullptr) {
+            auto reader = std::make_unique<Reader>();
+            reader->connection = std::move(connection);
+            reader->mutex.lock();
+            readers_.push_back(std::move(reader));
+            return readers_.back().get();
+        }
+        if (readers_.empty()) {
+            RDB_LOGE("no reading connection, errCode=%{public}d; queries share the writer", errCode);
+            readersAvailable_ = false;
+            return nullptr;
+        }
+    }
+    // Every reader is busy: wait for one of them, in turn, outside the list's lock.
+    Reader* reader = readers_[nextReader_++ % readers_.size()].get();
+    pool.unlock();
+    reader->mutex.lock();
+    return reader;
 }
 
 int RdbStoreImpl::Insert(int64_t& rowId, const std::string& table, const ValuesBucket& values)
@@ -159,7 +197,7 @@ int RdbStoreImpl::BatchInsert(int64_t& count, const std::string& table, const st
     std::lock_guard<std::recursive_mutex> lock(mutex_);
     // A savepoint is a transaction of its own outside a transaction and a nested one inside, so
     // the batch is all-or-nothing either way.
-    int ret = Execute(std::string("SAVEPOINT ") + BATCH_SAVEPOINT);
+    int ret = writer_->Execute(std::string("SAVEPOINT ") + BATCH_SAVEPOINT);
     if (ret != E_OK) {
         return ret;
     }
@@ -172,25 +210,21 @@ int RdbStoreImpl::BatchInsert(int64_t& count, const std::string& table, const st
             std::string sql;
             ret = SqlBuilder::BuildInsert(table, row, "", sql);
             if (ret == E_OK) {
-                ret = Prepare(sql, statement);
+                ret = writer_->Prepare(sql, statement);
             }
             if (ret != E_OK) {
                 break;
             }
         }
         previous = &row;
-        StatementUse use(statement);
-        ret = statement->Bind(row);
-        if (ret == E_OK) {
-            ret = statement->Run();
-        }
+        ret = writer_->ExecuteRow(*statement, row);
         if (ret != E_OK) {
             break;
         }
         ++inserted;
     }
     if (ret == E_OK) {
-        ret = Execute(std::string("RELEASE ") + BATCH_SAVEPOINT);
+        ret = writer_->Execute(std::string("RELEASE ") + BATCH_SAVEPOINT);
         if (ret == E_OK) {
             count = inserted;
             return E_OK;
@@ -198,8 +232,8 @@ int RdbStoreImpl::BatchInsert(int64_t& count, const std::string& table, const st
     }
     RDB_LOGE("batch of %{public}zu rows into %{public}s rolled back at row %{public}lld, ret=%{public}d", values.size(),
         table.c_str(), static_cast<long long>(inserted), ret);
-    Execute(std::string("ROLLBACK TO ") + BATCH_SAVEPOINT);
-    Execute(std::string("RELEASE ") + BATCH_SAVEPOINT);
+    writer_->Execute(std::string("ROLLBACK TO ") + BATCH_SAVEPOINT);
+    writer_->Execute(std::string("RELEASE ") + BATCH_SAVEPOINT);
     return ret;
 }
 
@@ -216,9 +250,9 @@ int RdbStoreImpl::Update(int& changedRows, const ValuesBucket& values, const Abs
         return ret;
     }
     std::lock_guard<std::recursive_mutex> lock(mutex_);
-    ret = Execute(sql, bindArgs);
+    ret = writer_->Execute(sql, bindArgs);
     if (ret == E_OK) {
-        changedRows = sqlite3_changes(db_);
+        changedRows = writer_->Changes();
     }
     return ret;
 }
@@ -235,9 +269,9 @@ int RdbStoreImpl::Delete(int& deletedRows, const AbsRdbPredicates& predicates)
         return ret;
     }
     std::lock_guard<std::recursive_mutex> lock(mutex_);
-    ret = Execute(sql, predicates.GetBindArgs());
+    ret = writer_->Execute(sql, predicates.GetBindArgs());
     if (ret == E_OK) {
-        deletedRows = sqlite3_changes(db_);
+        deletedRows = writer_->Changes();
     }
     return ret;
 }
@@ -251,15 +285,14 @@ std::shared_ptr<AbsSharedResultSet> RdbStoreImpl::Query(
         RDB_LOGE("query on %{public}s refused, ret=%{public}d", predicates.GetTableName().c_str(), ret);
         return nullptr;
     }
-    std::lock_guard<std::recursive_mutex> lock(mutex_);
-    return Select(sql, predicates.GetBindArgs());
+    return WithReadConnection(
+        [&](SqliteConnection& connection) { return connection.Select(sql, predicates.GetBindArgs()); });
 }
 
 std::shared_ptr<AbsSharedResultSet> RdbStoreImpl::QuerySql(
     const std::string& sql, const std::vector<ValueObject>& bindArgs)
 {
-    std::lock_guard<std::recursive_mutex> lock(mutex_);
-    return Select(sql, bindArgs);
+    return WithReadConnection([&](SqliteConnection& connection) { return connection.Select(sql, bindArgs); });
 }
 
 int RdbStoreImpl::Count(int64_t& count, const AbsRdbPredicates& predicates)
@@ -269,9 +302,10 @@ int RdbStoreImpl::Count(int64_t& count, const AbsRdbPredicates& predicates)
     if (ret != E_OK) {
         return ret;
     }
-    std::lock_guard<std::recursive_mutex> lock(mutex_);
     ValueObject cell;
-    ret = ReadFirstCell(sql, predicates.GetBindArgs(), cell);
+    ret = WithReadConnection([&](SqliteConnection& connection) {
+        return connection.ReadFirstCell(sql, predicates.GetBindArgs(), cell);
+    });
     return ret == E_OK ? cell.GetLong(count) : ret;
 }
 
@@ -282,7 +316,7 @@ int RdbStoreImpl::ExecuteSql(const std::string& sql, const std::vector<ValueObje
         return E_NOT_SUPPORTED;
     }
     std::lock_guard<std::recursive_mutex> lock(mutex_);
-    return Execute(sql, bindArgs);
+    return writer_->Execute(sql, bindArgs);
 }
 
 int RdbStoreImpl::ExecuteAndGetLong(int64_t& value, const std::string& sql, const std::vector<ValueObject>& bindArgs)
@@ -292,7 +326,7 @@ int RdbStoreImpl::ExecuteAndGetLong(int64_t& value, const std::string& sql, cons
     }
     std::lock_guard<std::recursive_mutex> lock(mutex_);
     ValueObject cell;
-    int ret = ReadFirstCell(sql, bindArgs, cell);
+    int ret = writer_->ReadFirstCell(sql, bindArgs, cell);
     if (ret != E_OK) {
         return ret;
     }
@@ -307,7 +341,7 @@ int RdbStoreImpl::ExecuteAndGetString(
     }
     std::lock_guard<std::recursive_mutex> lock(mutex_);
     ValueObject cell;
-    int ret = ReadFirstCell(sql, bindArgs, cell);
+    int ret = writer_->ReadFirstCell(sql, bindArgs, cell);
     if (ret != E_OK) {
         return ret;
     }
@@ -320,7 +354,7 @@ int RdbStoreImpl::BeginTransaction()
     mutex_.lock();
     const std::string sql =
         transactionDepth_ == 0 ? "BEGIN IMMEDIATE" : "SAVEPOINT " + SavepointName(transactionDepth_);
-    int ret = Execute(sql);
+    int ret = writer_->Execute(sql);
     if (ret != E_OK) {
         mutex_.unlock();
         return ret;
@@ -353,23 +387,23 @@ int RdbStoreImpl::EndTransaction(bool commit)
     }
     int ret = E_OK;
     const bool outermost = transactionDepth_ == 1;
-    if (sqlite3_get_autocommit(db_) != 0) {
+    if (writer_->IsAutocommit()) {
         // SQLite already rolled the whole transaction back on its own (after a disk-full or I/O
         // error): a commit cannot keep its promise, a rollback has nothing left to do.
         ret = commit ? E_SQLITE_ERROR : E_OK;
     } else if (outermost) {
-        ret = Execute(commit ? "COMMIT" : "ROLLBACK");
+        ret = writer_->Execute(commit ? "COMMIT" : "ROLLBACK");
         if (ret != E_OK && commit) {
-            Execute("ROLLBACK");
+            writer_->Execute("ROLLBACK");
         }
     } else {
         const std::string savepoint = SavepointName(transactionDepth_ - 1);
         if (commit) {
-            ret = Execute("RELEASE " + savepoint);
+            ret = writer_->Execute("RELEASE " + savepoint);
         }
         if (!commit || ret != E_OK) {
-            int undo = Execute("ROLLBACK TO " + savepoint);
-            int release = Execute("RELEASE " + savepoint);
+            int undo = writer_->Execute("ROLLBACK TO " + savepoint);
+            int release = writer_->Execute("RELEASE " + savepoint);
             if (ret == E_OK) {
                 ret = undo != E_OK ? undo : release;
             }
@@ -390,7 +424,7 @@ int RdbStoreImpl::GetVersion(int& version)
 {
     std::lock_guard<std::recursive_mutex> lock(mutex_);
     ValueObject cell;
-    int ret = ReadFirstCell("PRAGMA user_version", {}, cell);
+    int ret = writer_->ReadFirstCell("PRAGMA user_version", {}, cell);
     return ret == E_OK ? cell.GetInt(version) : ret;
 }
 
@@ -404,69 +438,7 @@ int RdbStoreImpl::SetVersion(int version)
     }
     std::lock_guard<std::recursive_mutex> lock(mutex_);
     // A pragma takes no bound values; the number is formatted from an int, never from text.
-    return Execute("PRAGMA user_version = " + std::to_string(version));
-}
-
-int RdbStoreImpl::Prepare(const std::string& sql, SqliteStatement*& statement)
-{
-    auto it = statements_.find(sql);
-    if (it != statements_.end()) {
-        statement = it->second.get();
-        return E_OK;
-    }
-    auto prepared = std::make_unique<SqliteStatement>();
-    int ret = prepared->Prepare(db_, sql);
-    if (ret != E_OK) {
-        return ret;
-    }
-    if (statements_.size() >= STATEMENT_CACHE_LIMIT) {
-        statements_.clear();
-    }
-    statement = prepared.get();
-    statements_.emplace(sql, std::move(prepared));
-    return E_OK;
-}
-
-int RdbStoreImpl::Execute(const std::string& sql, const std::vector<ValueObject>& bindArgs)
-{
-    SqliteStatement* statement = nullptr;
-    int ret = Prepare(sql, statement);
-    if (ret != E_OK) {
-        return ret;
-    }
-    if (config_.IsReadOnly() && !statement->IsReadOnly()) {
-        return E_CANNOT_UPDATE_READONLY;
-    }
-    StatementUse use(statement);
-    ret = statement->Bind(bindArgs);
-    return ret == E_OK ? statement->Run() : ret;
-}
-
-int RdbStoreImpl::ReadFirstCell(const std::string& sql, const std::vector<ValueObject>& bindArgs, ValueObject& cell)
-{
-    SqliteStatement* statement = nullptr;
-    int ret = Prepare(sql, statement);
-    if (ret != E_OK) {
-        return ret;
-    }
-    if (config_.IsReadOnly() && !statement->IsReadOnly()) {
-        return E_CANNOT_UPDATE_READONLY;
-    }
-    StatementUse use(statement);
-    ret = statement->Bind(bindArgs);
-    if (ret != E_OK) {
-        return ret;
-    }
-    int rc = statement->Step();
-    if (rc == SQLITE_ROW && statement->ColumnCount() > 0) {
-        cell = statement->Column(0);
-        return E_OK;
-    }
-    if (rc == SQLITE_ROW || rc == SQLITE_DONE) {
-        return E_ROW_OUT_RANGE;
-    }
-    RDB_LOGE("step failed, rc=%{public}d, %{public}s", rc, sqlite3_errmsg(db_));
-    return SqliteStatement::ToRdbError(rc);
+    return writer_->Execute("PRAGMA user_version = " + std::to_string(version));
 }
 
 int RdbStoreImpl::InsertRow(int64_t& rowId, const std::string& table, const ValuesBucket& values, const char* conflict)
@@ -479,56 +451,15 @@ int RdbStoreImpl::InsertRow(int64_t& rowId, const std::string& table, const Valu
     int ret = SqlBuilder::BuildInsert(table, values, conflict, sql);
     SqliteStatement* statement = nullptr;
     if (ret == E_OK) {
-        ret = Prepare(sql, statement);
-    }
-    if (ret != E_OK) {
-        return ret;
-    }
-    StatementUse use(statement);
-    ret = statement->Bind(values);
-    if (ret == E_OK) {
-        ret = statement->Run();
+        ret = writer_->Prepare(sql, statement);
     }
     if (ret == E_OK) {
-        rowId = sqlite3_last_insert_rowid(db_);
+        ret = writer_->ExecuteRow(*statement, values);
+    }
+    if (ret == E_OK) {
+        rowId = writer_->LastInsertRowId();
     }
     return ret;
-}
-
-std::shared_ptr<AbsSharedResultSet> RdbStoreImpl::Select(
-    const std::string& sql, const std::vector<ValueObject>& bindArgs)
-{
-    SqliteStatement* statement = nullptr;
-    if (Prepare(sql, statement) != E_OK) {
-        return nullptr;
-    }
-    if (!statement->IsReadOnly()) {
-        RDB_LOGE("a query must not change the store");
-        return nullptr;
-    }
-    StatementUse use(statement);
-    if (statement->Bind(bindArgs) != E_OK) {
-        RDB_LOGE("query arguments do not match its placeholders");
-        return nullptr;
-    }
-    const int columnCount = statement->ColumnCount();
-    std::vector<std::string> names;
-    names.reserve(columnCount);
-    for (int i = 0; i < columnCount; ++i) {
-        names.push_back(statement->ColumnName(i));
-    }
-    std::vector<ValueObject> cells;
-    int rc = SQLITE_ROW;
-    while ((rc = statement->Step()) == SQLITE_ROW) {
-        for (int i = 0; i < columnCount; ++i) {
-            cells.push_back(statement->Column(i));
-        }
-    }
-    if (rc != SQLITE_DONE) {
-        RDB_LOGE("query failed, rc=%{public}d, %{public}s", rc, sqlite3_errmsg(db_));
-        return nullptr;
-    }
-    return std::make_shared<AbsSharedResultSet>(std::move(names), std::move(cells));
 }
 
 }  // namespace OHOS::NativeRdb

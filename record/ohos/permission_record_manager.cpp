@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <optional>
 #include <set>
 
 #include "privacy_kit.h"
@@ -56,11 +57,124 @@ bool Contains(const std::vector<int32_t>& values, int32_t value)
     return std::find(values.begin(), values.end(), value) != values.end();
 }
 
+// One use a timeline may keep, before any record is made of it: its timestamp and its place in the
+// order in which the full build would have appended it, (list << 32) | index. List 0 is the
+// records the caller's vector already held; list n > 0 is the details of one permission record
+// of one bundle, numbered in the order the full build walks them; index is the detail's (or
+// record's) index in that list. Equal timestamps keep the full build's order.
+struct TimelineCandidate {
+    int64_t timestamp;
+    uint64_t place;
+};
+
+uint64_t PlaceOf(size_t list, size_t index)
+{
+    return (static_cast<uint64_t>(list) << 32) | static_cast<uint64_t>(index);
+}
+
+// The most records a timeline keeps for the query's limit: 0, 500 and more ask for 500; so does a
+// negative limit, which asks for nothing sensible and must not lift the bound.
+size_t EffectiveLimit(int32_t limit, int32_t maxRecords)
+{
+    return (limit <= 0 || limit >= maxRecords) ? static_cast<size_t>(maxRecords) : static_cast<size_t>(limit);
+}
+
+// The kept candidates: the `limit` first in timeline order (newest first, oldest first for order
+// 1, equal timestamps in the full build's order), held as a heap whose top is the last kept one.
+// Candidates may be offered in any order.
+class TimelineSelection {
+public:
+    TimelineSelection(size_t limit, bool oldestFirst) : limit_(limit), before_{oldestFirst}
+    {
+        kept_.reserve(limit);
+    }
+
+    // Offers a candidate; false when it is not kept (it comes after every kept one and none is
+    // free), so that the caller may stop offering what comes after it anyway.
+    bool Offer(int64_t timestamp, uint64_t place)
+    {
+        const TimelineCandidate candidate{timestamp, place};
+        if (kept_.size() < limit_) {
+            kept_.push_back(candidate);
+            std::push_heap(kept_.begin(), kept_.end(), before_);
+            return true;
+        }
+        if (limit_ == 0 || !before_(candidate, kept_.front())) {
+            return false;
+        }
+        std::pop_heap(kept_.begin(), kept_.end(), before_);
+        kept_.back() = candidate;
+        std::push_heap(kept_.begin(), kept_.end(), before_);
+        return true;
+    }
+
+    // The kept candidates in timeline order; the selection is spent.
+    std::vector<TimelineCandidate> TakeInOrder()
+    {
+        std::sort_heap(kept_.begin(), kept_.end(), before_);
+        return std::move(kept_);
+    }
+
+private:
+    // Whether `left` comes before `right` in the timeline.
+    struct Before {
+        bool oldestFirst;
+        bool operator()(const TimelineCandidate& left, const TimelineCandidate& right) const
+        {
+            if (left.timestamp != right.timestamp) {
+                return oldestFirst ? left.timestamp < right.timestamp : left.timestamp > right.timestamp;
+            }
+            return left.place < right.place;
+        }
+    };
+
+    const size_t limit_;
+    const Before before_;
+    std::vector<TimelineCandidate> kept_;
+};
+
+// One permission record's details as the timeline reads them, with what its records share.
+struct TimelineList {
+    const BundleUsedRecord* bundleRecord;
+    int32_t uid;
+    PermissionOperationGroup group;
+    const std::vector<UsedRecordDetail>* details;
+};
+
+bool IsOldestFirst(const std::vector<UsedRecordDetail>& details)
+{
+    return std::is_sorted(details.begin(), details.end(),
+        [](const UsedRecordDetail& left, const UsedRecordDetail& right) { return left.timestamp < right.timestamp; });
+}
+
 // Uses are counted in 32 bits on the wire; a sum that would not fit stays at the largest count.
 int AddCount(int total, int32_t count)
 {
     const int64_t sum = static_cast<int64_t>(total) + count;
     return static_cast<int>(std::min<int64_t>(sum, std::numeric_limits<int>::max()));
+}
+
+// Whether a use passes the query's app and screen state filters (an empty filter passes all).
+bool PassesStateFilters(
+    const std::vector<int32_t>& appStates, const std::vector<int32_t>& screenStates, const UsedRecordDetail& detail)
+{
+    return (appStates.empty() || Contains(appStates, detail.status)) &&
+           (screenStates.empty() || Contains(screenStates, detail.lockScreenStatus));
+}
+
+// A timeline record of one use.
+void FillTimelineRecord(PermissionUsageRecord& record, const std::string& bundleName, int32_t uid,
+    const std::string& operationGroup, int32_t operationMode, const UsedRecordDetail& detail)
+{
+    record.SetBundleName(bundleName);
+    record.SetUid(uid);
+    record.SetBeginTimestamp(detail.timestamp);
+    record.SetEndTimestamp(detail.timestamp);
+    record.SetOperationGroup(operationGroup);
+    record.SetOperationMode(operationMode);
+    record.SetTimes(detail.count);
+    record.SetAppState(detail.status);
+    record.SetScreenState(detail.lockScreenStatus);
 }
 
 // Whether a token's records belong in an answer for `userId`: its own, and those of user 0, the
@@ -309,20 +423,9 @@ int PermissionRecordManager::GetPermissionUsageTimeline(
         return RESULT_OK;
     }
 
-    // One reservation for the most records the details can give, instead of growing bundle by
-    // bundle.
-    const bool rejected = query.GetOperationModes().front() != OPERATION_MODE_ACCESS;
-    size_t details = 0;
-    for (const auto& bundleRecord : result.bundleRecords) {
-        for (const auto& permissionRecord : bundleRecord.permissionRecords) {
-            details += rejected ? permissionRecord.rejectRecords.size() : permissionRecord.accessRecords.size();
-        }
-    }
-    records.reserve(records.size() + details);
-    for (const auto& bundleRecord : result.bundleRecords) {
-        AssembleTimelinePermissionUsageRecords(query, bundleRecord, records);
-    }
-    SortAndLimit(query, records);
+    // The uses to keep are chosen first and only those become records: a platform answer may hold
+    // a million uses for a timeline of at most 500.
+    SortAndLimit(query, result.bundleRecords, records);
     QZ_LOGI("done");
     return RESULT_OK;
 }
@@ -364,23 +467,12 @@ void PermissionRecordManager::AssembleTimelinePermissionUsageRecords(const Permi
             GetEnumNameWithUsedTypeSuffix(*group, SECURITY_COMPONENT_TYPE),
         };
         for (const auto& detail : details) {
-            if (!appStates.empty() && !Contains(appStates, detail.status)) {
+            if (!PassesStateFilters(appStates, screenStates, detail)) {
                 continue;
             }
-            if (!screenStates.empty() && !Contains(screenStates, detail.lockScreenStatus)) {
-                continue;
-            }
-            PermissionUsageRecord& record = records.emplace_back();
-            record.SetBundleName(bundleRecord.bundleName);
-            record.SetUid(*uid);
-            record.SetBeginTimestamp(detail.timestamp);
-            record.SetEndTimestamp(detail.timestamp);
             const bool suffixed = detail.type == PICKER_TYPE || detail.type == SECURITY_COMPONENT_TYPE;
-            record.SetOperationGroup(names[suffixed ? static_cast<size_t>(detail.type) : 0]);
-            record.SetOperationMode(operationMode);
-            record.SetTimes(detail.count);
-            record.SetAppState(detail.status);
-            record.SetScreenState(detail.lockScreenStatus);
+            FillTimelineRecord(records.emplace_back(), bundleRecord.bundleName, *uid,
+                names[suffixed ? static_cast<size_t>(detail.type) : 0], operationMode, detail);
         }
     }
 }
@@ -398,45 +490,99 @@ std::string PermissionRecordManager::GetEnumNameWithUsedTypeSuffix(
 void PermissionRecordManager::SortAndLimit(
     const PermissionUsageRecordQuery& query, std::vector<PermissionUsageRecord>& records)
 {
-    const bool oldestFirst = query.GetOrder() == PermissionUsageRecordQuery::ORDER_OLDEST_FIRST;
-    const auto before = [oldestFirst](
-                            int64_t left, int64_t right) { return oldestFirst ? left < right : left > right; };
-    // 0, 500 and more ask for the most a timeline gives; so does a negative limit, which asks for
-    // nothing sensible and must not lift the bound.
-    const int32_t limit = query.GetLimit();
-    const size_t effectiveLimit =
-        (limit <= 0 || limit >= MAX_TIMELINE_RECORDS) ? MAX_TIMELINE_RECORDS : static_cast<size_t>(limit);
-    const size_t countBefore = records.size();
-    const size_t kept = std::min(effectiveLimit, countBefore);
+    SortAndLimit(query, {}, records);
+}
 
-    if (kept == countBefore) {
-        // At most 500 records: sorting them all is the cheap way.
-        std::sort(records.begin(), records.end(),
-            [&before](const PermissionUsageRecord& left, const PermissionUsageRecord& right) {
-                return before(left.GetBeginTimestamp(), right.GetBeginTimestamp());
-            });
-    } else {
-        // A platform answer may hold a million uses. Select on small (timestamp, index) keys, sort
-        // only the kept ones, and move just those records: linear in the answer, and the same
-        // records as a full sort cut to the limit (up to the order of equal timestamps).
-        std::vector<std::pair<int64_t, size_t>> keys;
-        keys.reserve(countBefore);
-        for (size_t i = 0; i < countBefore; ++i) {
-            keys.emplace_back(records[i].GetBeginTimestamp(), i);
-        }
-        const auto keyBefore = [&before](const std::pair<int64_t, size_t>& left,
-                                   const std::pair<int64_t, size_t>& right) { return before(left.first, right.first); };
-        const auto keptEnd = keys.begin() + static_cast<std::ptrdiff_t>(kept);
-        std::nth_element(keys.begin(), keptEnd, keys.end(), keyBefore);
-        std::sort(keys.begin(), keptEnd, keyBefore);
-        std::vector<PermissionUsageRecord> selected;
-        selected.reserve(kept);
-        for (auto it = keys.begin(); it != keptEnd; ++it) {
-            selected.push_back(std::move(records[it->second]));
-        }
-        records.swap(selected);
+void PermissionRecordManager::SortAndLimit(const PermissionUsageRecordQuery& query,
+    const std::vector<BundleUsedRecord>& bundleRecords, std::vector<PermissionUsageRecord>& records)
+{
+    const bool oldestFirst = query.GetOrder() == PermissionUsageRecordQuery::ORDER_OLDEST_FIRST;
+    TimelineSelection selection(EffectiveLimit(query.GetLimit(), MAX_TIMELINE_RECORDS), oldestFirst);
+    // The full build appends to the records already there.
+    for (size_t i = 0; i < records.size(); ++i) {
+        selection.Offer(records[i].GetBeginTimestamp(), PlaceOf(0, i));
     }
-    QZ_LOGI("limit=%s, before=%s, after=%s", std::to_string(kept).c_str(), std::to_string(countBefore).c_str(),
+    size_t countBefore = records.size();
+
+    // The lists of the full build, in its order: each bundle of the query's user (or of user 0)
+    // whose uid is known, each of its permissions that has an operation group.
+    // Checked by IsValid before a platform query; a caller with a bare query has nothing to assemble.
+    const bool assemble = !bundleRecords.empty() && !query.GetUserIds().empty() && !query.GetOperationModes().empty();
+    const int32_t operationMode = assemble ? query.GetOperationModes().front() : OPERATION_MODE_ACCESS;
+    // Any mode but 0 reads the rejections here (the summary takes -1 only).
+    const bool rejected = operationMode != OPERATION_MODE_ACCESS;
+    std::vector<TimelineList> lists;
+    for (size_t b = 0; assemble && b < bundleRecords.size(); ++b) {
+        const BundleUsedRecord& bundleRecord = bundleRecords[b];
+        auto uid = Util::AccessTokenHelper::GetUidByAccessTokenId(bundleRecord.tokenId);
+        if (!uid.has_value() || !IsOfUser(Util::AccessTokenHelper::GetUserIdByAccessTokenId(bundleRecord.tokenId),
+                                    query.GetUserIds().front())) {
+            continue;
+        }
+        for (const auto& permissionRecord : bundleRecord.permissionRecords) {
+            auto group =
+                PermissionOperationGroupMapping::GetPermissionOperationGroupByPermission(permissionRecord.permissionName);
+            if (group.has_value()) {
+                lists.push_back({&bundleRecord, *uid, std::move(*group),
+                    rejected ? &permissionRecord.rejectRecords : &permissionRecord.accessRecords});
+            }
+        }
+    }
+
+    // Every use that passes the filters is counted; only those that may be kept are offered. The
+    // platform answers each list in time order: walked from the end the timeline keeps first, a
+    // list is done at its first use that is not kept, since every use after it comes later still.
+    const auto& appStates = query.GetAppStates();
+    const auto& screenStates = query.GetScreenStates();
+    const bool filtered = !appStates.empty() || !screenStates.empty();
+    for (size_t l = 0; l < lists.size(); ++l) {
+        const auto& details = *lists[l].details;
+        const size_t list = l + 1;
+        const auto passes = [&](size_t d) { return !filtered || PassesStateFilters(appStates, screenStates, details[d]); };
+        if (filtered) {
+            for (size_t d = 0; d < details.size(); ++d) {
+                countBefore += passes(d) ? 1 : 0;
+            }
+        } else {
+            countBefore += details.size();
+        }
+        if (!IsOldestFirst(details)) {
+            for (size_t d = 0; d < details.size(); ++d) {
+                if (passes(d)) {
+                    selection.Offer(details[d].timestamp, PlaceOf(list, d));
+                }
+            }
+        } else if (oldestFirst) {
+            for (size_t d = 0; d < details.size(); ++d) {
+                if (passes(d) && !selection.Offer(details[d].timestamp, PlaceOf(list, d))) {
+                    break;
+                }
+            }
+        } else {
+            for (size_t d = details.size(); d > 0; --d) {
+                if (passes(d - 1) && !selection.Offer(details[d - 1].timestamp, PlaceOf(list, d - 1))) {
+                    break;
+                }
+            }
+        }
+    }
+
+    const std::vector<TimelineCandidate> kept = selection.TakeInOrder();
+    std::vector<PermissionUsageRecord> selected(kept.size());
+    for (size_t i = 0; i < kept.size(); ++i) {
+        const size_t list = static_cast<size_t>(kept[i].place >> 32);
+        const size_t index = static_cast<size_t>(kept[i].place & 0xFFFFFFFFU);
+        if (list == 0) {
+            selected[i] = std::move(records[index]);
+            continue;
+        }
+        const TimelineList& from = lists[list - 1];
+        const UsedRecordDetail& detail = (*from.details)[index];
+        FillTimelineRecord(selected[i], from.bundleRecord->bundleName, from.uid,
+            GetEnumNameWithUsedTypeSuffix(from.group, detail.type), operationMode, detail);
+    }
+    records.swap(selected);
+    QZ_LOGI("limit=%s, before=%s, after=%s", std::to_string(kept.size()).c_str(), std::to_string(countBefore).c_str(),
         std::to_string(records.size()).c_str());
 }
 

@@ -74,9 +74,16 @@ public:
     // the query's app and screen state filters.
     void AssembleTimelinePermissionUsageRecords(const PermissionUsageRecordQuery& query,
         const Security::AccessToken::BundleUsedRecord& bundleRecord, std::vector<PermissionUsageRecord>& records);
-    // Keeps the newest records (the oldest for order 1) up to the query's limit, ordered. Only the
-    // kept records are sorted: records with equal timestamps may come in any order.
+    // Keeps the newest records (the oldest for order 1) up to the query's limit, ordered; records
+    // with equal timestamps keep the order they had. Logs the kept count and the count before.
     void SortAndLimit(const PermissionUsageRecordQuery& query, std::vector<PermissionUsageRecord>& records);
+    // The same cut over `records` followed by every record that AssembleTimelinePermissionUsageRecords
+    // would append for each of `bundleRecords` in turn, without making those records first: the kept
+    // uses are chosen on their timestamps and only they become records. The answer, the order of
+    // equal timestamps and the counts logged are those of the full build followed by the cut.
+    void SortAndLimit(const PermissionUsageRecordQuery& query,
+        const std::vector<Security::AccessToken::BundleUsedRecord>& bundleRecords,
+        std::vector<PermissionUsageRecord>& records);
 
     // Logs the first rule the query breaks, at error level.
     bool IsValid(const PermissionUsageRecordQuery& query);

@@ -142,6 +142,7 @@ TEST(RdbHelperTest, ConfigurationReachesTheFile)
     auto config = AspTest::PolicyConfig(path);
     config.SetPageSize(8192);
     config.SetJournalSize(65536);
+    config.SetSyncMode("NORMAL");
     {
         RecordingCallback callback({AspTest::PolicyTableSql()});
         int errCode = -1;
@@ -153,6 +154,8 @@ TEST(RdbHelperTest, ConfigurationReachesTheFile)
         int64_t value = 0;
         ASSERT_EQ(store->ExecuteAndGetLong(value, "PRAGMA journal_size_limit"), E_OK);
         EXPECT_EQ(value, 65536);
+        ASSERT_EQ(store->ExecuteAndGetLong(value, "PRAGMA synchronous"), E_OK);
+        EXPECT_EQ(value, 1);  // NORMAL
         int64_t rowId = 0;
         ASSERT_EQ(store->Insert(rowId, "gtoken_policy", AspTest::PolicyRow("com.a", "p", 0)), E_OK);
         // A WAL store writes its log beside the file.
@@ -184,12 +187,15 @@ TEST(RdbHelperTest, RefusedConfigurationsAndPathsGiveCodes)
     encrypted.SetEncryptStatus(true);
     auto oddPage = AspTest::PolicyConfig(dir.File("page.db"));
     oddPage.SetPageSize(3000);
+    auto oddSync = AspTest::PolicyConfig(dir.File("sync.db"));
+    oddSync.SetSyncMode("NORMAL; DROP TABLE t");
     const std::vector<std::tuple<RdbStoreConfig, int, int>> refused = {
         {encrypted, 1, E_NOT_SUPPORTED},
         {RdbStoreConfig(""), 1, E_EMPTY_FILE_NAME},
         {RdbStoreConfig("relative/store.db"), 1, E_RELATIVE_PATH},
         {RdbStoreConfig(dir.File("v0.db")), 0, E_INVALID_ARGS},
         {oddPage, 1, E_INVALID_ARGS},
+        {oddSync, 1, E_INVALID_ARGS},
         {RdbStoreConfig(dir.File("m.db"), StorageMode::MODE_MEMORY), 1, E_NOT_SUPPORTED},
     };
     for (const auto& [config, version, code] : refused) {

@@ -1,4 +1,5 @@
 #include <atomic>
+#include <future>
 #include <thread>
 
 #include "rdb_predicates.h"
@@ -254,19 +255,26 @@ TEST(RdbStoreTest, TransactionsCommitRollBackAndNest)
     EXPECT_EQ(PolicyValue(*store, "com.e", "p"), -1);
 }
 
-TEST(RdbStoreTest, ATransactionBelongsToItsThread)
+TEST(RdbStoreTest, ATransactionBelongsToItsThreadAndReadsNeverWaitForIt)
 {
     TempDir dir;
     auto store = AspTest::OpenPolicyStore(dir);
     ASSERT_NE(store, nullptr);
     int64_t rowId = 0;
+    ASSERT_EQ(store->Insert(rowId, TABLE, PolicyRow("com.old", "p", 1)), E_OK);
     ASSERT_EQ(store->BeginTransaction(), E_OK);
     ASSERT_EQ(store->Insert(rowId, TABLE, PolicyRow("com.a", "p", 1)), E_OK);
+    // Inside the transaction its own thread reads through it.
+    EXPECT_EQ(CountAll(*store), 2);
 
+    std::promise<std::pair<int64_t, int>> otherRead;
+    auto read = otherRead.get_future();
     std::atomic<bool> otherDone{false};
     int otherCommit = E_OK;
     int otherInsert = E_ERROR;
     std::thread other([&] {
+        // A read of another thread goes on at once, on the last committed rows.
+        otherRead.set_value({CountAll(*store), PolicyValue(*store, "com.a", "p")});
         // Not this thread's transaction: refused at once rather than committing someone else's work.
         otherCommit = store->Commit();
         // This write waits until the transaction is over, so it cannot be swept into its rollback.
@@ -274,11 +282,14 @@ TEST(RdbStoreTest, ATransactionBelongsToItsThread)
         otherInsert = store->Insert(id, TABLE, PolicyRow("com.b", "p", 1));
         otherDone = true;
     });
-    // The other thread is parked on the store while the transaction is open.
+    const bool readWhileOpen = read.wait_for(std::chrono::seconds(5)) == std::future_status::ready;
+    EXPECT_TRUE(readWhileOpen);
+    // The other thread's write is parked on the store while the transaction is open.
     std::this_thread::sleep_for(std::chrono::milliseconds(100));
     EXPECT_FALSE(otherDone.load());
     ASSERT_EQ(store->RollBack(), E_OK);
     other.join();
+    EXPECT_EQ(read.get(), std::make_pair(int64_t{1}, -1));
     EXPECT_EQ(otherCommit, E_NO_TRANSACTION_IN_SESSION);
     EXPECT_EQ(otherInsert, E_OK);
     EXPECT_EQ(PolicyValue(*store, "com.a", "p"), -1);

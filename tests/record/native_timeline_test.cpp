@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/hilog/hilog_host.h"
+#include "privacy_kit.h"
 #include "record/ohos/permission_record_manager.h"
 #include "record/permission_operation_group.h"
 #include "record/permission_record_manager.h"
@@ -152,37 +153,32 @@ TEST_F(NativeTimelineTest, OrderAndLimitCutTheAnswer)
     EXPECT_EQ(log.Count(LOG_INFO, "limit=499, before=600, after=499"), 1U);
 }
 
-// The cut keeps what a full sort cut to the limit keeps: the same timestamps in the same order,
-// and the same records except for the order among equal timestamps at the cut.
+std::vector<RecordTuple> Tuples(const std::vector<PermissionUsageRecord>& records)
+{
+    std::vector<RecordTuple> tuples;
+    for (const auto& record : records) {
+        tuples.push_back(AsTuple(record));
+    }
+    return tuples;
+}
+
+// The records of the full build ordered as a timeline orders them (equal timestamps in the order
+// they were made) and cut to the query's limit.
+std::vector<RecordTuple> FullSortAndCut(const std::vector<PermissionUsageRecord>& records, int32_t limit, int32_t order)
+{
+    std::vector<RecordTuple> tuples = Tuples(records);
+    std::stable_sort(tuples.begin(), tuples.end(), [order](const RecordTuple& l, const RecordTuple& r) {
+        return order == 1 ? std::get<7>(l) < std::get<7>(r) : std::get<7>(l) > std::get<7>(r);
+    });
+    tuples.resize(std::min<size_t>((limit <= 0 || limit >= 500) ? 500 : limit, tuples.size()));
+    return tuples;
+}
+
 void ExpectSameAsFullSort(std::vector<PermissionUsageRecord> input, int32_t limit, int32_t order)
 {
-    std::vector<PermissionUsageRecord> reference = input;
-    std::stable_sort(reference.begin(), reference.end(), [order](const auto& l, const auto& r) {
-        return order == 1 ? l.GetBeginTimestamp() < r.GetBeginTimestamp()
-                          : l.GetBeginTimestamp() > r.GetBeginTimestamp();
-    });
-    const size_t kept = std::min<size_t>((limit <= 0 || limit >= 500) ? 500 : limit, reference.size());
-    reference.resize(kept);
-
+    const auto reference = FullSortAndCut(input, limit, order);
     NativeManager::GetInstance().SortAndLimit(Query().Limit(limit).Order(order), input);
-    ASSERT_EQ(input.size(), kept);
-    std::vector<int64_t> gotTimes;
-    std::vector<int64_t> wantTimes;
-    for (size_t i = 0; i < kept; ++i) {
-        gotTimes.push_back(input[i].GetBeginTimestamp());
-        wantTimes.push_back(reference[i].GetBeginTimestamp());
-    }
-    ASSERT_EQ(gotTimes, wantTimes) << "limit " << limit << ", order " << order;
-    // Away from the boundary timestamp the records are the same ones.
-    std::vector<RecordTuple> got;
-    std::vector<RecordTuple> want;
-    for (size_t i = 0; i < kept; ++i) {
-        if (wantTimes[i] != wantTimes.back()) {
-            got.push_back(AsTuple(input[i]));
-            want.push_back(AsTuple(reference[i]));
-        }
-    }
-    ASSERT_EQ(Sorted(got), Sorted(want)) << "limit " << limit << ", order " << order;
+    ASSERT_EQ(Tuples(input), reference) << "limit " << limit << ", order " << order;
 }
 
 TEST(SortAndLimitTest, KeepsWhatAFullSortKeeps)
@@ -208,6 +204,96 @@ TEST(SortAndLimitTest, KeepsWhatAFullSortKeeps)
             ExpectSameAsFullSort(make(3000, 0, false), limit, order);   // one timestamp
             ExpectSameAsFullSort(make(3000, 0, true), limit, order);    // already in time order
         }
+    }
+}
+
+// The timeline picks the uses it keeps before it makes records of them. On random devices and
+// queries (many equal timestamps, filters, limits around 500, records already in the vector) its
+// answer, the order of equal timestamps and the counts it logs are those of the full build: every
+// use made a record by AssembleTimelinePermissionUsageRecords, a stable sort, the cut.
+TEST_F(NativeTimelineTest, ChoosingFirstAnswersAsTheFullBuild)
+{
+    const InstalledBundle web = Install("com.example.web", 100, {"ohos.permission.INTERNET", CAMERA});
+    const std::vector<std::pair<const InstalledBundle*, std::vector<std::string>>> apps = {
+        {&cam_, {CAMERA, MICROPHONE, READ_CONTACTS}}, {&other_, {CAMERA}}, {&sys_, {CAMERA}},
+        {&web, {"ohos.permission.INTERNET", CAMERA}}};
+    auto& manager = NativeManager::GetInstance();
+    std::mt19937 random(2024);
+    auto pick = [&random](auto low, auto high) {
+        return std::uniform_int_distribution<int64_t>(low, high)(random);
+    };
+    for (int round = 0; round < 60; ++round) {
+        SCOPED_TRACE("round " + std::to_string(round));
+        Host::PrivacyRecordService::GetInstance().ClearRecords();
+        const int64_t spread = std::vector<int64_t>{3, 40, 100000}[pick(0, 2)];
+        std::vector<Host::UsageRecord> uses(static_cast<size_t>(pick(0, 1500)));
+        for (auto& use : uses) {
+            const auto& [app, permissions] = apps[pick(0, 3)];
+            use.tokenId = app->tokenId;
+            use.permissionName = permissions[pick(0, static_cast<int64_t>(permissions.size()) - 1)];
+            use.timestamp = pick(0, spread);
+            use.successCount = static_cast<int32_t>(pick(0, 2));
+            use.failCount = use.successCount == 0 ? 1 : static_cast<int32_t>(pick(0, 2));
+            use.status = static_cast<int32_t>(pick(1, 2));
+            use.lockScreenStatus = static_cast<int32_t>(pick(1, 2));
+            use.type = static_cast<PermissionUsedType>(pick(0, 2));
+        }
+        ASSERT_EQ(Host::PrivacyRecordService::GetInstance().AddRecords(uses), 0);
+        const std::vector<std::vector<int32_t>> states = {{}, {1}, {2}, {1, 2}};
+        const int32_t limit = static_cast<int32_t>(std::vector<int64_t>{-3, 0, 1, 7, 499, 500, 501, pick(0, 700)}[pick(0, 7)]);
+        const int32_t order = static_cast<int32_t>(pick(0, 2));
+        const Query query = Query()
+                                .Users({static_cast<int32_t>(pick(0, 1) == 0 ? 100 : 101)})
+                                .Modes({static_cast<int32_t>(-pick(0, 1))})
+                                .AppStates(states[pick(0, 3)])
+                                .ScreenStates(states[pick(0, 3)])
+                                .Limit(limit)
+                                .Order(order)
+                                .Range(pick(0, spread / 2), spread + pick(0, 1));
+        // Records the vector already holds take part in the cut, ahead of the new ones.
+        std::vector<PermissionUsageRecord> before(static_cast<size_t>(pick(0, 1) * pick(0, 3)));
+        for (auto& record : before) {
+            record.SetBundleName("com.example.earlier");
+            record.SetBeginTimestamp(pick(0, spread));
+        }
+
+        PermissionUsedRequest request;
+        ASSERT_EQ(manager.TranslateQueryToPermissionUsedRequest(query, request), 0);
+        request.flag = FLAG_PERMISSION_USAGE_DETAIL;
+        PermissionUsedResult answer;
+        ASSERT_EQ(PrivacyKit::GetPermissionUsedRecords(request, answer), 0);
+        std::vector<PermissionUsageRecord> full = before;
+        for (const auto& bundle : answer.bundleRecords) {
+            manager.AssembleTimelinePermissionUsageRecords(query, bundle, full);
+        }
+
+        LogCapture log;
+        std::vector<PermissionUsageRecord> records = before;
+        ASSERT_EQ(manager.GetPermissionUsageTimeline(query, records), 0);
+        if (answer.bundleRecords.empty()) {
+            EXPECT_EQ(Tuples(records), Tuples(before));
+            continue;
+        }
+        const auto expected = FullSortAndCut(full, limit, order);
+        ASSERT_EQ(Tuples(records), expected);
+        const std::string kept = std::to_string(expected.size());
+        EXPECT_EQ(log.Count(LOG_INFO, "limit=" + kept + ", before=" + std::to_string(full.size()) + ", after=" + kept),
+            1U);
+
+        // An answer whose details are not in time order is chosen from as well, to the same result.
+        for (auto& bundle : answer.bundleRecords) {
+            for (auto& permission : bundle.permissionRecords) {
+                std::shuffle(permission.accessRecords.begin(), permission.accessRecords.end(), random);
+                std::shuffle(permission.rejectRecords.begin(), permission.rejectRecords.end(), random);
+            }
+        }
+        full = before;
+        for (const auto& bundle : answer.bundleRecords) {
+            manager.AssembleTimelinePermissionUsageRecords(query, bundle, full);
+        }
+        records = before;
+        manager.SortAndLimit(query, answer.bundleRecords, records);
+        ASSERT_EQ(Tuples(records), FullSortAndCut(full, limit, order));
     }
 }
 
