@@ -346,8 +346,8 @@ int AspctlCommands::CloneQuery(const std::string& body)
     // its body in permissionGroup.
     const auto& answer = infos.front();
     const nlohmann::json data = nlohmann::json::parse(answer.permissionGroup, nullptr, false);
-    if (json_) {
-        PrintJson({{"code", answer.uid}, {"message", answer.bundleName},
+    if (context_.Json()) {
+        ToolContext::PrintJson({{"code", answer.uid}, {"message", answer.bundleName},
             {"data", data.is_discarded() ? nlohmann::json(answer.permissionGroup) : data}});
     } else {
         std::printf("code %d, message '%s'\n%s\n", answer.uid, answer.bundleName.c_str(),
@@ -370,8 +370,8 @@ int AspctlCommands::CloneCommand(const std::string& body)
         }
         return context_.Fail(EXIT_FAILED, "the container gave no answer to the clone command (is it running?)");
     }
-    if (json_) {
-        PrintJson({{"answered", true}});
+    if (context_.Json()) {
+        ToolContext::PrintJson({{"answered", true}});
     } else {
         std::printf("the container took the clone command\n");
     }
