@@ -608,7 +608,8 @@ void WriteDumpSeeds(SeedWriter& out)
 // Caller indexes (host_control_fuzzer.cpp): 0 root, 1 shell, 2 the dump tool, 3 an app, 4 no token.
 Bytes ControlInput(uint32_t code, uint8_t caller, const Bytes& parcel)
 {
-    const uint8_t index = code >= 1 && code <= 12 ? static_cast<uint8_t>(code - 1) : 13;
+    // CODES of host_control_fuzzer.cpp: 1 to 13 in order, then 0, 14 and 0xFFFFFFFF.
+    const uint8_t index = code >= 1 && code <= 13 ? static_cast<uint8_t>(code - 1) : (code == 14 ? 14 : 13);
     Bytes input{index, caller};
     input.insert(input.end(), parcel.begin(), parcel.end());
     return input;
@@ -683,18 +684,28 @@ void WriteControlSeeds(SeedWriter& out)
         permission("com.example.camera", "ohos.permission.MICROPHONE", true, 1)));
     out.Write(target, "revoke_fixed", ControlInput(code(HostControlCode::UPDATE_PERMISSION), 0,
         permission("com.ohos.permissionmanager", "ohos.permission.GET_SENSITIVE_PERMISSIONS", false, 2)));
-    {
-        OHOS::Parcel p;
+    const auto usage = [](OHOS::Parcel& p, const std::string& permission, int32_t lockScreen) {
         p.WriteUint32(0);
         p.WriteString("com.example.camera");
         p.WriteInt32(100);
-        p.WriteString("ohos.permission.CAMERA");
-        for (int32_t value : {3, 0, 1, 1, 1}) {  // counts, app status, lock-screen status, used type
+        p.WriteString(permission);
+        for (int32_t value : {3, 0, 1, lockScreen, 1}) {  // counts, app status, lock-screen status, used type
             p.WriteInt32(value);
         }
         p.WriteInt64(1717240000000LL);
         p.WriteInt64(1500);
+    };
+    {
+        OHOS::Parcel p;
+        usage(p, "ohos.permission.CAMERA", 1);
         out.Write(target, "add_usage", ControlInput(code(HostControlCode::ADD_USAGE), 1, p));
+    }
+    {
+        OHOS::Parcel p;
+        p.WriteInt32(2);
+        usage(p, "ohos.permission.CAMERA", 2);
+        usage(p, "ohos.permission.APPROXIMATELY_LOCATION", 1);
+        out.Write(target, "add_usages", ControlInput(code(HostControlCode::ADD_USAGES), 0, p));
     }
     const auto keyValue = [](const std::string& key, const std::string& value) {
         OHOS::Parcel p;
@@ -714,7 +725,7 @@ void WriteControlSeeds(SeedWriter& out)
     out.Write(target, "list_tokens", ControlInput(code(HostControlCode::LIST_TOKENS), 1, nothing));
     out.Write(target, "status", ControlInput(code(HostControlCode::STATUS), 0, nothing));
     out.Write(target, "status_no_token", ControlInput(code(HostControlCode::STATUS), 4, nothing));
-    out.Write(target, "unknown_code", ControlInput(13, 0, nothing));
+    out.Write(target, "unknown_code", ControlInput(14, 0, nothing));
     {
         OHOS::Parcel p;
         p.WriteUint32(0);
