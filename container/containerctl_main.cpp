@@ -70,7 +70,7 @@ class Containerctl {
 public:
     explicit Containerctl(const Options& options) : options_(options), context_("containerctl")
     {
-        context_.Configure(options.socket, options.dataRoot, options.verbose);
+        context_.Configure(options.socket, options.dataRoot, options.verbose, options.json);
         std::string store = options.store;
         if (store.empty()) {
             store = ContainerDaemon::StoreDirectoryOf(OHOS::Host::HostPaths::DataRoot(options.dataRoot));

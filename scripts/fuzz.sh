@@ -93,7 +93,11 @@ for t in "${targets[@]}"; do
     rm -f "$regressions/$file"
     for key in $keys; do avoid="${avoid:+$avoid,}$key"; done
   done <<<"$open_now"
-  seeds=("tests/fuzz/corpus/$t" "$regressions")
+  # Seeds from the corpus writer, or kept by hand beside a target whose inputs it cannot write.
+  seeds=("$regressions")
+  for dir in "tests/fuzz/${t}_seeds" "tests/fuzz/corpus/$t"; do
+    [ -d "$dir" ] && seeds=("$dir" "${seeds[@]}")
+  done
   options=(-timeout=10 -rss_limit_mb=2048 -max_len=4096 -print_final_stats=1 -artifact_prefix="$findings/")
   [ -f "tests/fuzz/$t.dict" ] && options+=(-dict="tests/fuzz/$t.dict")
   limit=(-max_total_time="$seconds")

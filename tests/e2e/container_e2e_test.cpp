@@ -168,8 +168,8 @@ TEST_F(ContainerE2eTest, ContainerAppsAreServedWhileTheContainerLivesAndRefusedW
     const nlohmann::json timeline = AsSettingsJson({"usage", "timeline", "--bundle", CHAT, "--limit", "1"});
     ASSERT_EQ(timeline.size(), 1U) << timeline.dump();
     EXPECT_EQ(timeline[0].value("operationGroup", ""), "MICROPHONE");
-    EXPECT_EQ(timeline[0].value("appState", 0), 2);
-    EXPECT_EQ(timeline[0].value("screenState", 0), 2);
+    EXPECT_EQ(timeline[0].value("appState", ""), "background");
+    EXPECT_EQ(timeline[0].value("screenState", ""), "locked");
 
     // The clone query carries the container's data.
     const nlohmann::json clone = AsSettingsJson({"clone", "query", "com.example.ovra.maps"});
