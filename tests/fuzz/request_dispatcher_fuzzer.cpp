@@ -84,10 +84,11 @@ public:
         flags = static_cast<uint32_t>(option.GetFlags());
         const auto* bytes = reinterpret_cast<const uint8_t*>(data.GetData());
         payload.assign(bytes, bytes + data.GetDataSize());
-        reply.WriteBuffer(bytes, data.GetDataSize());
+        // The object first: it must be in the reply even when the bytes then do not fit.
         if (code == PROBE_OBJECT_CODE) {
-            reply.WriteRemoteObject(OHOS::sptr<OHOS::IRemoteObject>(this));
+            FUZZ_CHECK(reply.WriteRemoteObject(OHOS::sptr<OHOS::IRemoteObject>(this)));
         }
+        reply.WriteBuffer(bytes, data.GetDataSize());
         return static_cast<int>(code & 0xFFU);
     }
     int Dump(int fd, const std::vector<std::u16string>& args) override
