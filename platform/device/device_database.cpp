@@ -276,10 +276,15 @@ constexpr int64_t UINT32_HIGH = std::numeric_limits<uint32_t>::max();
 bool ColumnsFit(const DeviceSqlite::Statement& s, std::initializer_list<Column> columns, std::string& problem)
 {
     for (const Column& column : columns) {
+        // Text or a real in an integer column would be read as some number; only an integer is one.
+        if (!s.IsInteger(column.index)) {
+            problem = std::string(column.name) + " is not an integer";
+            return false;
+        }
         const int64_t value = s.Int(column.index);
-        if (s.IsNull(column.index) || value < column.low || value > column.high) {
-            problem = std::string(column.name) + " " + (s.IsNull(column.index) ? "null" : std::to_string(value)) +
-                      " is outside " + std::to_string(column.low) + " to " + std::to_string(column.high);
+        if (value < column.low || value > column.high) {
+            problem = std::string(column.name) + " " + std::to_string(value) + " is outside " +
+                      std::to_string(column.low) + " to " + std::to_string(column.high);
             return false;
         }
     }

@@ -234,6 +234,11 @@ bool ReadNative(ProfileReader& reader, const json& value, const std::string& pat
             if (!reader.String(v[i], ProfileReader::Item(p, i), native.permissions[i])) {
                 return false;
             }
+            // Checked here, as an app's are, so that the access-token service never refuses one
+            // halfway through provisioning.
+            if (!Security::AccessToken::Host::PermissionDefinitions::IsDefined(native.permissions[i])) {
+                return reader.Fail(ProfileReader::Item(p, i), "not a permission the device defines");
+            }
         }
         return true;
     });

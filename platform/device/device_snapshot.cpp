@@ -170,6 +170,11 @@ DeviceResult DeviceSnapshot::Validate() const
             !installations.emplace(bundle.bundleName, bundle.userId).second) {
             return Refused(what + ": not a bundle name, not a user of the device, or installed twice");
         }
+        // The installer would derive an app id for an empty one: the restored bundle would not be
+        // the stored one.
+        if (bundle.appId.empty()) {
+            return Refused(what + ": no app id");
+        }
         if (bundle.appIndex < BASE_APP_UID || bundle.appIndex >= BASE_USER_RANGE ||
             bundle.uid != bundle.userId * BASE_USER_RANGE + bundle.appIndex) {
             return Refused(what + ": app index " + std::to_string(bundle.appIndex) + " and uid " +
@@ -193,9 +198,10 @@ DeviceResult DeviceSnapshot::Validate() const
         const TokenRecord* token = it == tokenById.end() ? nullptr : it->second;
         if (token == nullptr || token->type != TOKEN_HAP || token->bundleName != bundle.bundleName ||
             token->userId != bundle.userId || token->instIndex != 0 || token->isSystemApp != bundle.isSystemApp ||
+            token->apiVersion != bundle.apiVersion ||
             !bundleTokens.insert(bundle.tokenId).second) {
             return Refused(what + ": its " + TokenText(bundle.tokenId) +
-                           " is missing, belongs to another installation, or disagrees with it on the system-app flag");
+                           " is missing, belongs to another installation, or disagrees with it on the system-app flag or the API version");
         }
     }
 

@@ -85,6 +85,11 @@ std::string DeviceSqlite::Statement::Text(int column) const
     return text == nullptr ? std::string() : std::string(reinterpret_cast<const char*>(text), size);
 }
 
+bool DeviceSqlite::Statement::IsInteger(int column) const
+{
+    return stmt_ != nullptr && sqlite3_column_type(stmt_, column) == SQLITE_INTEGER;
+}
+
 bool DeviceSqlite::Statement::IsNull(int column) const
 {
     return stmt_ == nullptr || sqlite3_column_type(stmt_, column) == SQLITE_NULL;

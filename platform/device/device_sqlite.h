@@ -41,6 +41,8 @@ public:
         int64_t Int(int column) const;
         std::string Text(int column) const;
         bool IsNull(int column) const;
+        // Whether the column holds an integer as stored; ask before Int or Text, which convert it.
+        bool IsInteger(int column) const;
 
     private:
         friend class DeviceSqlite;
