@@ -163,3 +163,7 @@ kill -TERM "$hostd_pid"
 wait "$hostd_pid"
 echo "   asp_hostd stopped cleanly (exit code $?); the device database keeps everything for the next start."
 hostd_pid=""
+
+printf '\n%s== See it in a browser%s\n' "$bold" "$plain"
+echo "   scripts/dashboard.sh starts a device of its own and the privacy dashboard, and prints its URL:"
+echo "   every app's groups, a control that changes them through the service, and a chart of each group's use."
