@@ -75,7 +75,7 @@ ServerOptions Options(int listenFd)
     ServerOptions options;
     options.threads = 2;
     options.maxPayload = MAX_PAYLOAD;
-    options.firstFrameTimeout = std::chrono::milliseconds(100);
+    options.firstFrameTimeout = std::chrono::milliseconds(25);
     options.readTimeout = std::chrono::milliseconds(10);
     options.writeTimeout = std::chrono::milliseconds(10);
     options.maxConnections = MAX_CONNECTIONS;
