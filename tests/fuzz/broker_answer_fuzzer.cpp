@@ -176,10 +176,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
             const auto info = Srv::Clone::PermissionCloneManager::GetInstance().QueryCloneData("*");
             if (form == 1) {
                 FUZZ_CHECK(info.uid == answeredCode);
-            } else {
+            } else if (form == 2) {
                 // Not an answer: the broker failed, and it is not taken for an absent one.
                 FUZZ_CHECK(info.uid == Srv::Message::MessageBrokerProxy::NO_BROKER_CODE);
                 FUZZ_CHECK(info.bundleName == Srv::Message::MessageBrokerProxy::BROKER_FAILED_MESSAGE);
+            } else {
+                // Raw bytes may read as a whole answer (zeros are code 0, an empty message and no
+                // data); whatever they are, a broker that is there is never taken for an absent one.
+                FUZZ_CHECK(info.bundleName != Srv::Message::MessageBrokerProxy::NO_BROKER_MESSAGE);
             }
             break;
         }
