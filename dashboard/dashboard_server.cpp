@@ -333,7 +333,7 @@ ApiAnswer DashboardServer::Set(const httplib::Request& request) const
 
 ApiAnswer DashboardServer::Usage(const httplib::Request& request) const
 {
-    UsageSpec spec;
+    UsageAsk ask;
     std::string view;
     std::string bundle;
     std::string groups;
@@ -352,17 +352,17 @@ ApiAnswer DashboardServer::Usage(const httplib::Request& request) const
         !SingleParam(request, "limit", limit) || !SingleParam(request, "order", order)) {
         return ApiAnswer::Error(HTTP_BAD_REQUEST, "each parameter at most once, and user a user id");
     }
-    spec.userId = *user;
+    ask.userId = *user;
     if (view != "timeline" && view != "summary") {
         return ApiAnswer::Error(HTTP_BAD_REQUEST, "view must be timeline or summary");
     }
-    spec.timeline = view == "timeline";
+    ask.timeline = view == "timeline";
     if (!bundle.empty() && !IsPlainName(bundle)) {
         return ApiAnswer::Error(HTTP_BAD_REQUEST, "bundle must be a bundle name");
     }
-    spec.bundleName = bundle;
-    spec.groups = SplitList(groups);
-    for (const std::string& group : spec.groups) {
+    ask.bundleName = bundle;
+    ask.groups = SplitList(groups);
+    for (const std::string& group : ask.groups) {
         if (!PrivacyApi::IsOperationGroupName(group)) {
             return ApiAnswer::Error(HTTP_BAD_REQUEST, "group must list operation groups, for example LOCATION,CAMERA");
         }
@@ -370,9 +370,9 @@ ApiAnswer DashboardServer::Usage(const httplib::Request& request) const
     if (!mode.empty() && mode != "allowed" && mode != "rejected") {
         return ApiAnswer::Error(HTTP_BAD_REQUEST, "mode must be allowed or rejected");
     }
-    spec.operationMode = mode == "rejected" ? -1 : 0;
-    if (!ParseStates(appStates, {"foreground", "background"}, spec.appStates) ||
-        !ParseStates(screenStates, {"unlocked", "locked"}, spec.screenStates)) {
+    ask.operationMode = mode == "rejected" ? -1 : 0;
+    if (!ParseStates(appStates, {"foreground", "background"}, ask.appStates) ||
+        !ParseStates(screenStates, {"unlocked", "locked"}, ask.screenStates)) {
         return ApiAnswer::Error(HTTP_BAD_REQUEST, "app lists foreground, background; screen lists unlocked, locked");
     }
     const auto beginMs = ParseInteger(begin, 0, INT64_MAX);
@@ -380,18 +380,18 @@ ApiAnswer DashboardServer::Usage(const httplib::Request& request) const
     if (!beginMs || !endMs || *beginMs >= *endMs) {
         return ApiAnswer::Error(HTTP_BAD_REQUEST, "begin and end must be milliseconds, begin before end");
     }
-    spec.beginMs = *beginMs;
-    spec.endMs = *endMs;
+    ask.beginMs = *beginMs;
+    ask.endMs = *endMs;
     const auto limitValue = limit.empty() ? std::optional<int64_t>(0) : ParseInteger(limit, 0, 500);
     if (!limitValue) {
         return ApiAnswer::Error(HTTP_BAD_REQUEST, "limit must lie in 0..500 (0: the whole range)");
     }
-    spec.limit = static_cast<int32_t>(*limitValue);
+    ask.limit = static_cast<int32_t>(*limitValue);
     if (!order.empty() && order != "oldest" && order != "newest") {
         return ApiAnswer::Error(HTTP_BAD_REQUEST, "order must be oldest or newest");
     }
-    spec.order = order == "oldest" ? 1 : 0;
-    return api_.Usage(spec);
+    ask.order = order == "oldest" ? 1 : 0;
+    return api_.Usage(ask);
 }
 
 }  // namespace OHOS::Host::Dashboard

@@ -90,17 +90,17 @@ nlohmann::json RecordJson(const PermissionUsageRecord& record)
 }
 
 Record::PermissionUsageRecordQuery QueryOf(
-    const UsageSpec& spec, int64_t beginMs, int64_t endMs, int32_t limit, int32_t order)
+    const UsageAsk& ask, int64_t beginMs, int64_t endMs, int32_t limit, int32_t order)
 {
     Record::PermissionUsageRecordQuery query;
-    query.SetUserIds({spec.userId});
-    if (!spec.bundleName.empty()) {
-        query.SetBundleNames({spec.bundleName});
+    query.SetUserIds({ask.userId});
+    if (!ask.bundleName.empty()) {
+        query.SetBundleNames({ask.bundleName});
     }
-    query.SetOperationGroups(spec.groups);
-    query.SetOperationModes({spec.operationMode});
-    query.SetAppStates(spec.appStates);
-    query.SetScreenStates(spec.screenStates);
+    query.SetOperationGroups(ask.groups);
+    query.SetOperationModes({ask.operationMode});
+    query.SetAppStates(ask.appStates);
+    query.SetScreenStates(ask.screenStates);
     query.SetBeginTimestamp(beginMs);
     query.SetEndTimestamp(endMs);
     query.SetLimit(limit);
@@ -318,13 +318,13 @@ std::string PrivacyApi::WhyNotApplied(
     return refusal + ": see asp_hostd's log";
 }
 
-int32_t PrivacyApi::CollectTimeline(const UsageSpec& spec, int64_t beginMs, int64_t endMs,
+int32_t PrivacyApi::CollectTimeline(const UsageAsk& ask, int64_t beginMs, int64_t endMs,
     std::vector<PermissionUsageRecord>& records, int& budget, bool& complete, std::optional<ApiAnswer>& failure) const
 {
     std::vector<PermissionUsageRecord> part;
     --budget;
     const int32_t result =
-        proxy_->GetPermissionUsageTimeline(QueryOf(spec, beginMs, endMs, SERVICE_TIMELINE_MAX, 1), part);
+        proxy_->GetPermissionUsageTimeline(QueryOf(ask, beginMs, endMs, SERVICE_TIMELINE_MAX, 1), part);
     if ((failure = Unanswered(Code::GET_PERMISSION_USAGE_RECORD_TIMELINE))) {
         return -1;
     }
@@ -339,30 +339,30 @@ int32_t PrivacyApi::CollectTimeline(const UsageSpec& spec, int64_t beginMs, int6
         return 0;
     }
     const int64_t middle = beginMs + (endMs - beginMs) / 2;
-    const int32_t first = CollectTimeline(spec, beginMs, middle, records, budget, complete, failure);
-    return first != 0 ? first : CollectTimeline(spec, middle, endMs, records, budget, complete, failure);
+    const int32_t first = CollectTimeline(ask, beginMs, middle, records, budget, complete, failure);
+    return first != 0 ? first : CollectTimeline(ask, middle, endMs, records, budget, complete, failure);
 }
 
-ApiAnswer PrivacyApi::Usage(const UsageSpec& spec) const
+ApiAnswer PrivacyApi::Usage(const UsageAsk& ask) const
 {
     std::vector<PermissionUsageRecord> records;
     bool complete = true;
     int32_t result = 0;
     const uint32_t code =
-        spec.timeline ? Code::GET_PERMISSION_USAGE_RECORD_TIMELINE : Code::GET_PERMISSION_USAGE_RECORD_SUMMARY;
-    if (spec.timeline && spec.limit == 0) {
+        ask.timeline ? Code::GET_PERMISSION_USAGE_RECORD_TIMELINE : Code::GET_PERMISSION_USAGE_RECORD_SUMMARY;
+    if (ask.timeline && ask.limit == 0) {
         int budget = MAX_TIMELINE_REQUESTS;
         std::optional<ApiAnswer> failure;
-        result = CollectTimeline(spec, spec.beginMs, spec.endMs, records, budget, complete, failure);
+        result = CollectTimeline(ask, ask.beginMs, ask.endMs, records, budget, complete, failure);
         if (failure) {
             return *failure;
         }
-        if (spec.order != 1) {
+        if (ask.order != 1) {
             std::reverse(records.begin(), records.end());
         }
     } else {
-        const auto query = QueryOf(spec, spec.beginMs, spec.endMs, spec.limit, spec.order);
-        result = spec.timeline ? proxy_->GetPermissionUsageTimeline(query, records)
+        const auto query = QueryOf(ask, ask.beginMs, ask.endMs, ask.limit, ask.order);
+        result = ask.timeline ? proxy_->GetPermissionUsageTimeline(query, records)
                                : proxy_->GetPermissionUsageSummary(query, records);
         if (auto failed = Unanswered(code)) {
             return *failed;
@@ -375,7 +375,7 @@ ApiAnswer PrivacyApi::Usage(const UsageSpec& spec) const
     for (const auto& record : records) {
         list.push_back(RecordJson(record));
     }
-    return {200, {{"beginTimestamp", spec.beginMs}, {"endTimestamp", spec.endMs}, {"complete", complete},
+    return {200, {{"beginTimestamp", ask.beginMs}, {"endTimestamp", ask.endMs}, {"complete", complete},
                      {"records", std::move(list)}}};
 }
 

@@ -32,7 +32,7 @@ struct ApiAnswer {
 };
 
 // A usage request as the page asks for it.
-struct UsageSpec {
+struct UsageAsk {
     bool timeline = true;  // else the summary
     int32_t userId = 100;
     std::string bundleName;           // empty: every app
@@ -73,7 +73,7 @@ public:
     // {"records": [...], "complete": bool}. A timeline with limit 0 covers the whole range: a
     // range that fills one answer is asked for again in two halves, down to single milliseconds,
     // at most MAX_TIMELINE_REQUESTS requests; "complete" is false when that was not enough.
-    ApiAnswer Usage(const UsageSpec& spec) const;
+    ApiAnswer Usage(const UsageAsk& ask) const;
     // The bundles' values of one policy; a "malicious-app" row of value 1 is the bundle's disposed
     // status, which the service handed to the bundle manager.
     ApiAnswer GTokenPolicy(const std::string& policyName, const std::vector<std::string>& bundleNames) const;
@@ -97,7 +97,7 @@ private:
         const std::string& bundleName, int32_t userId, const std::string& group, const std::string& state) const;
     // Appends the timeline of [beginMs, endMs) to `records`, oldest first; the service's code, or
     // -1 after a failed request (whose answer is then in `failure`).
-    int32_t CollectTimeline(const UsageSpec& spec, int64_t beginMs, int64_t endMs,
+    int32_t CollectTimeline(const UsageAsk& ask, int64_t beginMs, int64_t endMs,
         std::vector<AppSecurityPrivacy::SecurityPrivacyServer::Record::PermissionUsageRecord>& records, int& budget,
         bool& complete, std::optional<ApiAnswer>& failure) const;
 
